@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "format/format.data.h"
+#include "un/un.property.h"
+
+namespace tuckett5 {
+
+using UnicodeName = std::basic_string<unsigned short>;
+
+// What the engine tells its client about an archive, whatever its format.
+class ArchiveInfo {
+public:
+    ArchiveInfo() { reset(); }
+
+    // Clears everything but path, position and format.
+    void reset();
+
+    std::string path;
+    uint32_t position = 0;
+    int format = 0;
+    uint32_t fileCount = 0;
+    std::string rootName;
+    un::opt_property<uint32_t> compressedSize;
+    un::opt_property<uint32_t> expandedSize;
+    un::opt_property<uint32_t> segmentTotal;
+    un::opt_property<uint32_t> segmentNumber;
+    bool encrypted = false;
+};
+
+// What the engine tells its client about one file. The sizes add up all forks.
+class FileInfo {
+public:
+    FileInfo() { reset(); }
+
+    void reset();
+
+    std::string name;
+    un::opt_property<UnicodeName> unicodeName;
+    un::opt_property<uint32_t> compressedSize;
+    un::opt_property<uint32_t> expandedSize;
+    un::opt_property<uint32_t> modificationTime;  // seconds since 1 January 1970
+    un::opt_property<format::data::OSType> type;
+    un::opt_property<format::data::OSType> creator;
+    bool encrypted = false;
+    bool macBinary = false;
+};
+
+class FolderInfo {
+public:
+    FolderInfo() { reset(); }
+
+    void reset();
+
+    std::string name;
+    un::opt_property<UnicodeName> unicodeName;
+};
+
+} // namespace tuckett5

@@ -1,0 +1,104 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "stream/check/algorithm.Digest.h"
+
+namespace algorithm::crc {
+
+template <typename T>
+class CRC : public Digest<T> {
+public:
+    CRC(T polynomial, T seed) : Digest<T>(seed), polynomial_(polynomial) {}
+    T polynomial() const { return polynomial_; }
+
+protected:
+    T polynomial_;
+};
+
+using CRC16 = CRC<uint16_t>;
+using CRC32 = CRC<uint32_t>;
+
+// The reflected (least significant bit first) table-driven CRC. Entry i of the
+// table is the CRC of the single byte i from a zero value; each object builds
+// its own table once.
+template <typename T>
+class ReflectedCRC : public CRC<T> {
+public:
+    ReflectedCRC(T polynomial, T seed) : CRC<T>(polynomial, seed) {
+        for (uint32_t i = 0; i < 256; ++i) {
+            T v = static_cast<T>(i);
+            for (int bit = 0; bit < 8; ++bit) v = (v & 1) ? static_cast<T>((v >> 1) ^ polynomial) : static_cast<T>(v >> 1);
+            table_[i] = v;
+        }
+    }
+
+    using CRC<T>::update;
+    void update(char byte) override {
+        this->value_ = static_cast<T>((this->value_ >> 8) ^ table_[(this->value_ ^ static_cast<unsigned char>(byte)) & 0xFF]);
+    }
+    void update(const char* data, uint32_t size) override {
+        T v = this->value_;
+        for (uint32_t i = 0; i < size; ++i)
+            v = static_cast<T>((v >> 8) ^ table_[(v ^ static_cast<unsigned char>(data[i])) & 0xFF]);
+        this->value_ = v;
+    }
+
+private:
+    std::array<T, 256> table_;
+};
+
+class GenericCRC16 : public ReflectedCRC<uint16_t> {
+public:
+    GenericCRC16(uint16_t polynomial, uint16_t seed) : ReflectedCRC<uint16_t>(polynomial, seed) {}
+};
+
+// The header and name check of the native formats, with polynomial 0xA001 and seed 0.
+class BisyncCRC : public ReflectedCRC<uint16_t> {
+public:
+    BisyncCRC(uint16_t polynomial = 0xA001, uint16_t seed = 0) : ReflectedCRC<uint16_t>(polynomial, seed) {}
+};
+
+class GenericCRC32 : public ReflectedCRC<uint32_t> {
+public:
+    GenericCRC32(uint32_t polynomial, uint32_t seed) : ReflectedCRC<uint32_t>(polynomial, seed) {}
+};
+
+// The CRC-32 of Ethernet, Zip and gzip, without its final complement.
+class EthernetCRC : public ReflectedCRC<uint32_t> {
+public:
+    explicit EthernetCRC(uint32_t seed = 0xFFFFFFFFu) : ReflectedCRC<uint32_t>(0xEDB88320u, seed) {}
+};
+
+// The forward CRC of BinHex, bit by bit with polynomial 0x1021. A BinHex check
+// feeds two zero bytes after the data.
+class BinHexCRC : public CRC<uint16_t> {
+public:
+    explicit BinHexCRC(uint16_t seed = 0) : CRC<uint16_t>(0x1021, seed) {}
+
+    using CRC<uint16_t>::update;
+    void update(char byte) override;
+};
+
+// The standard forward table of polynomial 0x1021.
+class MacBinaryTable {
+public:
+    static const MacBinaryTable table;
+    uint16_t operator[](unsigned index) const { return entries_[index & 0xFF]; }
+
+private:
+    MacBinaryTable();
+    std::array<uint16_t, 256> entries_;
+};
+
+// The forward CRC of polynomial 0x1021 through MacBinaryTable.
+class MacBinaryCRC : public CRC<uint16_t> {
+public:
+    explicit MacBinaryCRC(uint16_t seed = 0) : CRC<uint16_t>(0x1021, seed) {}
+
+    using CRC<uint16_t>::update;
+    void update(char byte) override;
+};
+
+} // namespace algorithm::crc

@@ -265,3 +265,25 @@ TEST(Tkt5ArchiveHeader, ShortInputInStrictReadThrows) {
     readFrom(back, bytes, false);
     EXPECT_EQ(back.comment(), std::string("comm\0\0\0", 7));
 }
+
+TEST(Tkt5ArchiveHeader, ReadsAListOfTwentyByteRecords) {
+    ArchiveHeader header;
+    header.archiveSize(1000);
+    header.flags(0x40);
+    std::vector<char> bytes = written(header);
+    const char entry[20] = {0, 0, 0, 9, 0, 1, 0, 2, 0, 3, 0, 4, 1, 7, 0, 5, 0, 6, 0, 8};
+    bytes.push_back(0);
+    bytes.push_back(2);
+    bytes.insert(bytes.end(), entry, entry + 20);
+    bytes.insert(bytes.end(), entry, entry + 20);
+    bytes.push_back('!');
+
+    ArchiveHeader back;
+    EXPECT_EQ(readFrom(back, bytes), 142u);
+    ASSERT_TRUE(back.openFolders.isSet());
+    ASSERT_EQ(back.openFolders().size(), 2u);
+    EXPECT_EQ(back.openFolders()[1].folderValue(), 9u);
+    EXPECT_EQ(back.openFolders()[1].mode(), 7);
+    EXPECT_EQ(back.openFolders()[1].value3(), 8);
+    EXPECT_EQ(back.size(), 142u);
+}

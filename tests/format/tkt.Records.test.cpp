@@ -10,16 +10,6 @@ namespace tkt = format::tkt;
 
 namespace {
 
-template <typename F>
-std::string messageOf(F&& f) {
-    try {
-        f();
-    } catch (const format::Exception& e) {
-        return e.what();
-    }
-    return "no exception";
-}
-
 void fillItem(tkt::ItemHeader& item) {
     tkt::ForkInfo& rsrc = item.resourceFork();
     tkt::ForkInfo& data = item.dataFork();
@@ -176,13 +166,6 @@ TEST(TktItemHeader, NameFieldHoldsThirtyOneBytes) {
     item.name(std::string(32, 'n'));
     EXPECT_EQ(messageOf([&] { written(item); }),
               "file name is too long in format::tkt::ItemHeader::writeName()");
-}
-
-TEST(TktItemHeader, NewHeaderIsAFileOfUnknownType) {
-    tkt::ItemHeader item;
-    EXPECT_TRUE(item.file());
-    EXPECT_EQ(item.type().stringValue(), "????");
-    EXPECT_EQ(item.creator(), tkt::ItemHeader::defaultCreator);
 }
 
 TEST(TktItemHeader, CRCRules) {

@@ -18,10 +18,22 @@ namespace algorithm::bit {
 // n is at most 24, so that a refill never needs more than 32 bits.
 // pastEnd() tells a decoder that it has taken some of those zero bits, which
 // no complete stream makes it do.
+//
+// By default each byte is read from the input as the bits are needed, so the
+// input stands at most three bytes past the bits consumed. Given a buffer, the
+// reader takes the input a block at a time instead, and a refill may take
+// more bytes than it needs: much faster, for a caller that does not read on
+// from the same input afterwards. The bits, the -1 of read and the end rules
+// are the same either way; bytesRead() and bitsHeld() may run ahead, and
+// 8 * bytesRead() - bitsHeld() is the same. The reader holds no resources of
+// its own and may be copied, for instance into a hot loop's locals and back.
 template <typename T>
 class LSBPeekInput : public PeekInput<T> {
 public:
     explicit LSBPeekInput(stream::Input& in) : in_(&in) {}
+    // `buffer` of `size` bytes, not owned, holds input read ahead.
+    LSBPeekInput(stream::Input& in, unsigned char* buffer, uint32_t size)
+        : in_(&in), buffer_(buffer), size_(size) {}
 
     T read() final { return read(1); }
     T read(unsigned n) final {
@@ -50,9 +62,28 @@ public:
     bool pastEnd() const { return count_ < padding_; }
 
     bool refill(unsigned n) {
+        if (count_ >= n) return true;
+        if (limit_ - next_ >= 4) {
+            // With four bytes read ahead, take as many as fit at once. Bits
+            // of the last byte may stand above the count; the byte is taken
+            // next, so its bits go in again unchanged.
+            const uint32_t word = uint32_t(next_[0]) | uint32_t(next_[1]) << 8 | uint32_t(next_[2]) << 16 |
+                                  uint32_t(next_[3]) << 24;
+            accumulator_ |= word << count_;
+            const unsigned taken = (31 - count_) >> 3;
+            next_ += taken;
+            bytes_ += taken;
+            count_ += 8 * taken;
+            return true;
+        }
+        return refillBytes(n);
+    }
+
+private:
+    bool refillBytes(unsigned n) {
         bool ok = true;
         while (count_ < n) {
-            int c = in_->read();
+            int c = next_ != limit_ ? *next_++ : fetch();
             if (c == -1) {
                 ended_ = true;
                 ok = false;
@@ -68,15 +99,27 @@ public:
         }
         return ok;
     }
-
-private:
-    static uint32_t mask(unsigned n) { return n >= 32 ? 0xFFFFFFFFu : (uint32_t(1) << n) - 1; }
+    // The next byte when the read-ahead is empty, or -1 at the end.
+    int fetch() {
+        if (buffer_ == nullptr) return in_->read();
+        const uint32_t got = in_->read(reinterpret_cast<char*>(buffer_), size_);
+        if (got == 0) return -1;
+        next_ = buffer_ + 1;
+        limit_ = buffer_ + got;
+        return buffer_[0];
+    }
+    // n is below 32 here: fields are at most 24 bits, alignment at most 7.
+    static uint32_t mask(unsigned n) { return (uint32_t(1) << n) - 1; }
     void drop(unsigned n) {
-        accumulator_ = n >= 32 ? 0 : accumulator_ >> n;
+        accumulator_ >>= n;
         count_ -= n;
     }
 
     stream::Input* in_;
+    unsigned char* buffer_ = nullptr;
+    uint32_t size_ = 0;
+    const unsigned char* next_ = nullptr;   // read-ahead not yet taken
+    const unsigned char* limit_ = nullptr;
     uint32_t accumulator_ = 0;
     unsigned count_ = 0;
     uint64_t bytes_ = 0;

@@ -13,6 +13,8 @@ constexpr int tableBits = 12;
 constexpr uint32_t tableMask = (1u << tableBits) - 1;
 constexpr uint8_t treeLength = 31;
 constexpr uint16_t endSymbol = 320;
+// Room behind the window for the last block of a copy.
+constexpr uint32_t windowSlack = 16;
 
 [[noreturn]] void inputEnds(const char* where) {
     throw Exception(std::string("input ends before the end of the stream in algorithm::isp::Decompressor::") + where);
@@ -28,7 +30,8 @@ inline uint32_t need(bit::LSBPeekInput<uint32_t>& bits, unsigned n, const char* 
 } // namespace
 
 Decompressor::Decompressor()
-    : window(new uint8_t[windowSize]()), lengths(new codewordLength[symbolCount]()), tree(new DecoderTree) {
+    : window(new uint8_t[windowSize + windowSlack]()),
+      readAhead(new unsigned char[readAheadSize]), lengths(new codewordLength[symbolCount]()), tree(new DecoderTree) {
     // The table of the 37 code values never changes, so it is built once.
     prefixTable.initialize(tableBits);
     for (uint16_t i = 0; i < 37; ++i) {
@@ -46,7 +49,7 @@ uint64_t Decompressor::process(stream::Input& in, stream::Output& out) {
     pointerTable.initialize(tableBits);
     distanceTable.initialize(tableBits);
 
-    BitInput bits(in);
+    BitInput bits(in, readAhead.get(), readAheadSize);
     const uint32_t distanceSymbols = need(bits, 3, "process()") + 10;
     const uint32_t same = need(bits, 1, "process()");
     const uint32_t preset = need(bits, 4, "process()");
@@ -181,35 +184,35 @@ void Decompressor::populate_harray(DecoderTable& table, uint32_t code, short len
     t.nodes[node].value = symbol;
 }
 
-uint16_t Decompressor::walk(BitInput& bits, uint16_t node) {
-    const DecoderTreeNode* nodes = tree->nodes;
-    bits.skip(tableBits);
-    while (nodes[node].value == 0xFFFF) {
-        const uint32_t bit = need(bits, 1, "loop()");
-        node = bit ? nodes[node].one : nodes[node].zero;
-        if (node == 0) throw Exception("invalid code in algorithm::isp::Decompressor::loop()");
-    }
-    return nodes[node].value;
-}
-
-void Decompressor::loop(BitInput& bits, stream::Output& out) {
+void Decompressor::loop(BitInput& input, stream::Output& out) {
+    // The loop works on a copy of the bit input that the compiler can keep
+    // in registers: the window's byte stores could otherwise alias it.
+    BitInput bits(input);
     uint8_t* const win = window.get();
     const DecoderTableEntry* const literals = literalTable.entries.data();
     const DecoderTableEntry* const pointers = pointerTable.entries.data();
     const DecoderTableEntry* const distances = distanceTable.entries.data();
+    const DecoderTreeNode* const nodes = tree->nodes;
     const DecoderTableEntry* table = literals;
     uint32_t position = 0;
 
-    // Codes of up to 12 bits take one look-up; a free entry (length 0) would
-    // take no bits and never end, so it counts as a damaged stream.
-    auto decode = [&](const DecoderTableEntry* t) -> uint32_t {
+    // Codes of up to 12 bits take one look-up; longer ones go on in the
+    // tree a bit at a time. A free entry (length 0) would take no bits and
+    // never end, so it counts as a damaged stream.
+    auto decode = [&](const DecoderTableEntry* t) __attribute__((always_inline)) -> uint32_t {
         const DecoderTableEntry e = t[bits.peek(tableBits)];
         if (e.length - 1u < unsigned(tableBits)) {
             bits.skip(e.length);
             return e.value;
         }
         if (e.length != treeLength) throw Exception("invalid code in algorithm::isp::Decompressor::loop()");
-        return walk(bits, e.value);
+        bits.skip(tableBits);
+        uint16_t node = e.value;
+        while (nodes[node].value == 0xFFFF) {
+            node = need(bits, 1, "loop()") ? nodes[node].one : nodes[node].zero;
+            if (node == 0) throw Exception("invalid code in algorithm::isp::Decompressor::loop()");
+        }
+        return nodes[node].value;
     };
 
     for (;;) {
@@ -255,19 +258,22 @@ void Decompressor::loop(BitInput& bits, stream::Output& out) {
             // the bytes where the source runs into the destination.
             uint8_t* d = win + position;
             const uint8_t* from = win + source;
-            if (source > position || source + length <= position) {
-                std::memmove(d, from, length);
+            if (source > position || position - source >= 8) {
+                // Eight bytes at a time: each block reads only bytes that
+                // are final. The last block may run past the match into the
+                // history of the previous turn, which is put back.
+                uint64_t kept;
+                std::memcpy(&kept, d + length, 8);
+                uint32_t i = 0;
+                do {
+                    std::memcpy(d + i, from + i, 8);
+                    i += 8;
+                } while (i < length);
+                std::memcpy(d + length, &kept, 8);
+            } else if (position - source == 1) {
+                std::memset(d, *from, length);
             } else {
-                const uint32_t gap = position - source;
-                if (gap == 1) {
-                    std::memset(d, *from, length);
-                } else if (gap >= 8) {
-                    uint32_t i = 0;
-                    for (; i + 8 <= length; i += 8) std::memcpy(d + i, from + i, 8);
-                    for (; i < length; ++i) d[i] = from[i];
-                } else {
-                    for (uint32_t i = 0; i < length; ++i) d[i] = from[i];
-                }
+                for (uint32_t i = 0; i < length; ++i) d[i] = from[i];
             }
             position += length;
         } else {
@@ -282,6 +288,7 @@ void Decompressor::loop(BitInput& bits, stream::Output& out) {
         }
     }
     out.write(reinterpret_cast<const char*>(win), position);
+    input = bits;
 }
 
 } // namespace algorithm::isp

@@ -57,7 +57,8 @@ struct DecoderTree {
 // A damaged stream ends in an algorithm::Exception: a preset or a table that
 // cannot exist, a code that no table holds, a distance beyond the window, or
 // input that ends before the end code. A complete stream decodes as it always
-// has.
+// has. The input is read a block at a time, so it may be read past the end
+// code: give the stream a frame of its own (the archive readers do).
 class Decompressor : public stream::Transform {
 public:
     static constexpr uint32_t windowSize = 64000;
@@ -78,10 +79,10 @@ protected:
     void loop(BitInput& bits, stream::Output& out);
 
 private:
-    // The symbol whose code is longer than 12 bits, from its node on.
-    uint16_t walk(BitInput& bits, uint16_t node);
-
     std::unique_ptr<uint8_t[]> window;
+    // The input is read a block at a time.
+    static constexpr uint32_t readAheadSize = 16384;
+    std::unique_ptr<unsigned char[]> readAhead;
     std::unique_ptr<codewordLength[]> lengths;
     DecoderTable prefixTable;
     DecoderTable literalTable;

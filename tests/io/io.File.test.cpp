@@ -75,6 +75,22 @@ TEST(FileErrors, ReadOnlyTargetStaysAsItWas) {
     EXPECT_EQ(scratch.read(path), "");
 }
 
+#ifndef _WIN32
+TEST(FileErrors, CreateNeverFollowsALink) {
+    Scratch scratch, outside;
+    outside.write("victim", "safe");
+    std::filesystem::create_symlink(outside.at("victim"), scratch.at("link"));
+    std::filesystem::create_symlink(outside.at("new"), scratch.at("dangling"));
+    io::File file;
+    EXPECT_EQ(failure<io::OutputException>([&] { file.create(scratch.at("link")); }),
+              "io::File::create() cannot create " + scratch.at("link"));
+    EXPECT_EQ(failure<io::OutputException>([&] { file.create(scratch.at("dangling")); }),
+              "io::File::create() cannot create " + scratch.at("dangling"));
+    EXPECT_EQ(outside.read(outside.at("victim")), "safe");
+    EXPECT_FALSE(io::Path::exists(outside.at("new")));
+}
+#endif
+
 TEST(File, WritesReadsAndReportsTheEnd) {
     Scratch scratch;
     io::File file(scratch.at("data.bin"));

@@ -48,6 +48,10 @@ TEST(FileErrors, CarryTheirTexts) {
     std::string longName = scratch.at(std::string(300, 'n'));
     EXPECT_EQ(failure<io::OutputException>([&] { file.create(longName); }),
               "io::File::create() cannot create " + longName);
+    std::string tooLong = scratch.root();
+    while (tooLong.size() <= io::Path::maxSize) tooLong += io::Path::separator + std::string(50, 'd');
+    EXPECT_EQ(failure<io::OutputException>([&] { file.create(tooLong); }),
+              "io::File::create() cannot create " + tooLong);
     EXPECT_FALSE(file.isOpen());
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(scratch.root()), {}), 1);  // only "folder"
 

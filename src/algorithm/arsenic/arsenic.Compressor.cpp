@@ -1,5 +1,6 @@
 #include "algorithm/arsenic/arsenic.Compressor.h"
 
+#include <bit>
 #include <cstring>
 #include <utility>
 
@@ -29,6 +30,13 @@ constexpr int32_t shellIncrements[] = {1,     4,     13,     40,     121,    364
 constexpr int quickSortStack = 1024;
 constexpr int quickSortSmall = 20;
 constexpr int quickSortDepth = 10;
+
+inline uint64_t loadBigEndian64(const unsigned char* p) {
+    uint64_t v;
+    std::memcpy(&v, p, 8);
+    if constexpr (std::endian::native == std::endian::little) v = __builtin_bswap64(v);
+    return v;
+}
 
 inline int median3(int a, int b, int c) {
     if (a > b) std::swap(a, b);
@@ -148,22 +156,30 @@ bool Compressor::greater(int32_t i1, int32_t i2) {
     ALGORITHM_ASSERT(i1 != i2, "i != j");
     const unsigned char* const b = block;
     const uint16_t* const q = quadrant.get();
-    for (int n = 0; n < 6; ++n) {
-        unsigned char c1 = b[i1], c2 = b[i2];
-        if (c1 != c2) return c1 > c2;
-        ++i1;
-        ++i2;
-    }
+    // The six bytes as one big-endian number: the first difference decides.
+    uint64_t w1 = loadBigEndian64(b + i1) >> 16;
+    uint64_t w2 = loadBigEndian64(b + i2) >> 16;
+    if (w1 != w2) return w1 > w2;
+    i1 += 6;
+    i2 += 6;
     int32_t k = last + 1;
     do {
-        for (int n = 0; n < 4; ++n) {
-            unsigned char c1 = b[i1], c2 = b[i2];
-            if (c1 != c2) return c1 > c2;
-            uint16_t s1 = q[i1], s2 = q[i2];
-            if (s1 != s2) return s1 > s2;
-            ++i1;
-            ++i2;
+        // Four positions at a time while bytes and keys are all equal; at the
+        // first group with a difference, position by position.
+        uint32_t c1, c2;
+        uint64_t s1, s2;
+        std::memcpy(&c1, b + i1, 4);
+        std::memcpy(&c2, b + i2, 4);
+        std::memcpy(&s1, q + i1, 8);
+        std::memcpy(&s2, q + i2, 8);
+        if (c1 != c2 || s1 != s2) {
+            for (int n = 0; n < 4; ++n) {
+                if (b[i1 + n] != b[i2 + n]) return b[i1 + n] > b[i2 + n];
+                if (q[i1 + n] != q[i2 + n]) return q[i1 + n] > q[i2 + n];
+            }
         }
+        i1 += 4;
+        i2 += 4;
         if (i1 > last) i1 -= last + 1;
         if (i2 > last) i2 -= last + 1;
         k -= 4;

@@ -112,18 +112,22 @@ uint32_t FastDecompressor::reverseBWT(uint32_t length, uint32_t primary) {
     for (uint32_t i = 0; i < length; ++i) ++counts[mtf[i]];
     starts[0] = 0;
     for (int i = 1; i < 256; ++i) starts[i] = starts[i - 1] + counts[i - 1];
-    for (uint32_t i = 0; i < length; ++i) t[starts[mtf[i]]++] = i;
+    // Each entry holds the next position above its own byte of mtfBlock, so
+    // that following the chain reads one word per output byte.
+    for (uint32_t i = 0; i < length; ++i) t[i] = mtf[i];
+    for (uint32_t i = 0; i < length; ++i) t[starts[mtf[i]]++] |= i << 8;
 
     // The primary index is not checked against the length: a bad one reads a
     // stale entry, still inside the vector, and the check value catches it.
-    uint32_t p = t[primary];
+    uint32_t p = t[primary] >> 8;
     const uint32_t interval = static_cast<uint32_t>(achtungInterval);
     for (uint32_t i = 0; i < length;) {
         achtung.dispatch();
         uint32_t stop = length - i < interval ? length : i + interval;
         for (; i < stop; ++i) {
-            out[i] = mtf[p];
-            p = t[p];
+            uint32_t entry = t[p];
+            out[i] = static_cast<unsigned char>(entry);
+            p = entry >> 8;
         }
     }
     return length;

@@ -51,8 +51,8 @@ protected:
 };
 
 // The decompressor that follows the inverse transform through a vector of
-// 2^blockBits positions: four more bytes of memory per byte of block, one
-// read per output byte.
+// 2^blockBits words, each the next position with its byte in the low 8 bits:
+// four more bytes of memory per byte of block, one read per output byte.
 class FastDecompressor final : public Decompressor {
 public:
     void init(int blockBits) override;

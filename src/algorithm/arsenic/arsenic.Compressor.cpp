@@ -52,10 +52,10 @@ inline int median3(int a, int b, int c) {
 Compressor::Compressor(int blockBits)
     : blockBits(blockBits),
       capacity(1 << blockBits),
-      blockStorage(new unsigned char[(size_t(1) << blockBits) + overshoot + 1]()),
+      blockStorage(makeLarge<unsigned char>((size_t(1) << blockBits) + overshoot + 1)),
       block(blockStorage.get() + 1),
-      quadrant(new uint16_t[(size_t(1) << blockBits) + overshoot]()),
-      pointers(new int32_t[size_t(1) << blockBits]()),
+      quadrant(makeLarge<uint16_t>((size_t(1) << blockBits) + overshoot)),
+      pointers(makeLarge<int32_t>(size_t(1) << blockBits)),
       buckets(new uint32_t[65537]()) {}
 
 Compressor::~Compressor() = default;

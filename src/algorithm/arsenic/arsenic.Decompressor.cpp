@@ -27,8 +27,8 @@ void Decompressor::init(int n) {
     if (blockBits < n) {
         block.reset();
         mtfBlock.reset();
-        block.reset(new unsigned char[size_t(1) << n]);
-        mtfBlock.reset(new unsigned char[size_t(1) << n]);
+        block = makeLarge<unsigned char>(size_t(1) << n);
+        mtfBlock = makeLarge<unsigned char>(size_t(1) << n);
     }
 }
 
@@ -36,8 +36,8 @@ void FastDecompressor::init(int n) {
     int previous = blockBits;
     Decompressor::init(n);
     if (previous < n) {
-        transform = std::vector<uint32_t>();
-        transform.assign(size_t(1) << n, 0);
+        transform.reset();
+        transform = makeLarge<uint32_t>(size_t(1) << n);
         blockBits = n;
     }
 }
@@ -105,7 +105,7 @@ int32_t Decompressor::decodeMTF(uint32_t& count, DecompressorBitModel& bitModel,
 }
 
 uint32_t FastDecompressor::reverseBWT(uint32_t length, uint32_t primary) {
-    uint32_t* const t = transform.data();
+    uint32_t* const t = transform.get();
     const unsigned char* const mtf = mtfBlock.get();
     unsigned char* const out = block.get();
     std::memset(counts.get(), 0, 256 * sizeof(uint32_t));

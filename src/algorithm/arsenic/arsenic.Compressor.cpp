@@ -27,6 +27,9 @@ constexpr int overshoot = 32;
 constexpr int32_t shellIncrements[] = {1,     4,     13,     40,     121,    364,     1093,
                                        3280,  9841,  29524,  88573,  265720, 797161, 2391484};
 
+// How far ahead a pass in sorted order asks for the bytes it will need.
+constexpr int32_t prefetchDistance = 16;
+
 constexpr int quickSortStack = 1024;
 constexpr int quickSortSmall = 20;
 constexpr int quickSortDepth = 10;
@@ -247,6 +250,7 @@ void Compressor::quickSort3(int32_t loStart, int32_t hiStart, int32_t depthStart
         int32_t unLo = lo, ltLo = lo, unHi = hi, gtHi = hi;
         for (;;) {
             while (unLo <= unHi) {
+                if (unLo + prefetchDistance <= unHi) __builtin_prefetch(b + ptr[unLo + prefetchDistance] + d);
                 int n = static_cast<int>(b[ptr[unLo] + d]) - pivot;
                 if (n == 0) {
                     std::swap(ptr[unLo], ptr[ltLo]);
@@ -258,6 +262,7 @@ void Compressor::quickSort3(int32_t loStart, int32_t hiStart, int32_t depthStart
                 ++unLo;
             }
             while (unLo <= unHi) {
+                if (unHi - prefetchDistance >= unLo) __builtin_prefetch(b + ptr[unHi - prefetchDistance] + d);
                 int n = static_cast<int>(b[ptr[unHi] + d]) - pivot;
                 if (n == 0) {
                     std::swap(ptr[unHi], ptr[gtHi]);
@@ -297,6 +302,7 @@ void Compressor::radixSort() {
     uint32_t* const ftab = buckets.get();
     int32_t* const ptr = pointers.get();
     const unsigned char* const b = block;
+    uint16_t* const q = quadrant.get();
 
     std::memset(ftab, 0, 65537 * sizeof(uint32_t));
     unsigned c1 = b[-1];
@@ -363,10 +369,11 @@ void Compressor::radixSort() {
             int shifts = 0;
             while ((bbSize >> shifts) > 65534) ++shifts;
             for (int32_t j = 0; j < bbSize; ++j) {
+                if (j + prefetchDistance < bbSize) __builtin_prefetch(q + ptr[bbStart + j + prefetchDistance], 1);
                 const int32_t a2update = ptr[bbStart + j];
                 const uint16_t qVal = static_cast<uint16_t>(j >> shifts);
-                quadrant[a2update] = qVal;
-                if (a2update < overshoot) quadrant[a2update + last + 1] = qVal;
+                q[a2update] = qVal;
+                if (a2update < overshoot) q[a2update + last + 1] = qVal;
             }
             if (((bbSize - 1) >> shifts) > 65535) throw Exception("radixSort() failed", source);
         }
@@ -374,6 +381,7 @@ void Compressor::radixSort() {
         for (int j = 0; j <= 255; ++j) copy[j] = ftab[(j << 8) + ss] & clearMask;
         const int32_t runEnd = static_cast<int32_t>(ftab[(ss + 1) << 8] & clearMask);
         for (int32_t j = static_cast<int32_t>(ftab[ss << 8] & clearMask); j < runEnd; ++j) {
+            if (j + prefetchDistance < runEnd) __builtin_prefetch(b + ptr[j + prefetchDistance] - 1);
             const unsigned c = b[ptr[j] - 1];
             if (!bigDone[c]) {
                 ptr[copy[c]] = ptr[j] == 0 ? last : ptr[j] - 1;
@@ -393,6 +401,9 @@ void Compressor::encodeMTF(arith::DCC95Coder& coder) {
     int32_t run = 0;
     for (int32_t i = 0; i <= last; ++i) {
         if (i % achtungInterval == 0) achtung.dispatch();
+        // The bytes are read in sorted order, at random places in the block:
+        // ask for them well ahead.
+        if (i + prefetchDistance <= last) __builtin_prefetch(block + ptr[i + prefetchDistance] - 1);
         const unsigned char c = block[ptr[i] - 1];
         if (list[0] == c) {
             ++run;

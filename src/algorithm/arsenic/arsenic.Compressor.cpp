@@ -155,7 +155,7 @@ void Compressor::sort() {
 // are compared plainly; after that the quadrant keys of rotations already
 // placed decide as soon as they differ, and the wrap test runs once per four
 // bytes, which the overshoot makes safe.
-bool Compressor::greater(int32_t i1, int32_t i2) {
+inline bool Compressor::greater(int32_t i1, int32_t i2) {
     ALGORITHM_ASSERT(i1 != i2, "i != j");
     const unsigned char* const b = block;
     const uint16_t* const q = quadrant.get();

@@ -43,7 +43,7 @@ private:
     void radixSort();
     void quickSort3(int32_t lo, int32_t hi, int32_t depth);
     void shellSort(int32_t lo, int32_t hi, int32_t depth);
-    bool greater(int32_t i1, int32_t i2);
+    [[gnu::always_inline]] inline bool greater(int32_t i1, int32_t i2);
     void encodeMTF(arith::DCC95Coder& coder);
 
     AchtungDispatcher achtung;

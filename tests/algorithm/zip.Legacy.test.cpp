@@ -229,9 +229,9 @@ TEST(LegacyHostile, TruncationsAndFlips) {
         for (size_t cut = 0; cut < packed.size(); ++cut) {
             std::vector<char> part(packed.begin(), packed.begin() + static_cast<long>(cut));
             run(part, h.uncompressedSize());
-            run(part, stream::all);
+            if (cut % 7 == 0) run(part, stream::all);
         }
-        for (int round = 0; round < 300; ++round) {
+        for (int round = 0; round < 200; ++round) {
             std::vector<char> damaged = packed;
             for (int f = 0; f < 3; ++f) damaged[rng() % damaged.size()] ^= static_cast<char>(1 + rng() % 255);
             run(damaged, h.uncompressedSize());

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -108,7 +109,7 @@ INSTANTIATE_TEST_SUITE_P(Archives, LegacyPeers,
                          [](const auto& info) {
                              std::string name = info.param.file;
                              for (char& c : name)
-                                 if (!isalnum(static_cast<unsigned char>(c))) c = '_';
+                                 if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
                              return name;
                          });
 

@@ -13,6 +13,7 @@
 #include "format/sv/sv.ArchiveHeader.h"
 #include "format/tar/tar.Header.h"
 #include "format/tktseg/tktseg.ArchiveHeader.h"
+#include "format/tkt5/tkt5.ArchiveHeader.h"
 #include "stream/stream.Vector.h"
 
 namespace {
@@ -88,10 +89,11 @@ std::string zipLocal(bool encrypted = false) {
     return h + filler(16, 'x');
 }
 
-std::string tkt5Signature() {
-    std::string web = "http://www.orbelle.example/tuckett";
-    web.resize(34, ' ');
-    return "Tuckett (c)1997-2001 Orbelle Systems, Inc., " + web + "\r\n\x1A" + filler(19, 0);
+std::string tkt5Signature(bool password = false) {
+    format::tkt5::ArchiveHeader header;
+    header.archiveSize(200);
+    if (password) header.passwordHash(std::string(5, 'h'));
+    return written(header) + filler(100, 0);
 }
 
 std::string hqxLine() {
@@ -277,6 +279,11 @@ INSTANTIATE_TEST_SUITE_P(
                              s[18] = 'O';
                              return s;
                          }()},
+                    Miss{"tkt5 first item behind the end", [] {
+                             format::tkt5::ArchiveHeader header;
+                             header.archiveSize(50);
+                             return written(header) + filler(10, 0);
+                         }()},
                     Miss{"tktseg number 0", segment(0, 3)}, Miss{"tktseg number above total", segment(4, 3)},
                     Miss{"tar bad checksum", [] {
                              std::string s = tarHeader();
@@ -366,6 +373,10 @@ TEST(ClassifyResult, SegmentsAndEncryptionAreReported) {
     Result vault = classify(svHeader());
     EXPECT_TRUE(vault.encryptedSet);
     EXPECT_FALSE(vault.encrypted);
+    Result locked = classify(tkt5Signature(true));
+    EXPECT_EQ(locked.format, n::tkt5);
+    EXPECT_TRUE(locked.encrypted);
+    EXPECT_FALSE(classify(tkt5Signature(false)).encrypted);
     Result zip = classify(zipLocal(false));
     EXPECT_TRUE(zip.encryptedSet);
     EXPECT_FALSE(zip.encrypted);

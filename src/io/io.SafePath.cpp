@@ -46,7 +46,7 @@ std::string clean(std::string component, bool first) {
     for (char& c : kept)
         if (c == ':') c = '_';
     while (!kept.empty() && (kept.back() == '.' || kept.back() == ' ')) kept.pop_back();
-    if (!kept.empty() && deviceName(kept)) kept.insert(0, "_");
+    if (!kept.empty() && deviceName(kept)) kept.insert(kept.begin(), '_');
 #endif
     if (onlyDots(kept)) return std::string();
     limitLength(kept);

@@ -5,7 +5,7 @@
 namespace engine5 {
 
 void ReaderProgressListener::progress(const stream::progress::Event<uint64_t>& event) {
-    reader_.progressSizeMove(static_cast<uint32_t>(base_ + event.position));
+    reader_.fireProgressSizeMove(static_cast<uint32_t>(base_ + event.position));
 }
 
-} // namespace engine5
+}  // namespace engine5

@@ -24,4 +24,4 @@ private:
     uint64_t base_;
 };
 
-} // namespace engine5
+}  // namespace engine5

@@ -39,7 +39,9 @@ Found classify(std::vector<char> block) {
     return {multi.winner->format, multi.offset, multi.winner->encrypted.isSet() && multi.winner->encrypted()};
 }
 
-bool have(const std::string& program) { return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0; }
+bool have(const std::string& program) {
+    return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0;
+}
 
 // A scratch folder with a small text file in it, removed at the end.
 class Scratch {
@@ -130,21 +132,22 @@ TEST_P(PeerArchive, Classifies) {
     EXPECT_EQ(found.encrypted, peer.encrypted);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Collection, PeerArchive,
-    testing::Values(Peer{"bla.arj", n::arj, 0, false}, Peer{"bla.unix.arj", n::arj, 0, false},
-                    Peer{"bla.lha", n::lha, 0, false}, Peer{"bla.tgz", n::gz, 0, false},
-                    Peer{"bla.tar.bz2", n::bz2, 0, false}, Peer{"bla.tar.Z", n::compress, 0, false},
-                    Peer{"bla.zip", n::zip, 0, false}, Peer{"password-encrypted.zip", n::zip, 0, true},
-                    Peer{"bla.tar", n::tar, 0, false}, Peer{"test-times-v7.tar", n::tar, 0, false},
-                    Peer{"test-times-gnu.tar", n::tar, 0, false}, Peer{"test-times-pax-folder.tar", n::tar, 0, false},
-                    // An empty Zip whose end record carries a comment is not taken for a Zip.
-                    Peer{"zip2-comment_garbage.zip", 0, 0, false}),
-    [](const testing::TestParamInfo<Peer>& info) {
-        std::string name = info.param.file;
-        for (char& c : name)
-            if (!isalnum(static_cast<unsigned char>(c))) c = '_';
-        return name;
-    });
+INSTANTIATE_TEST_SUITE_P(Collection, PeerArchive,
+                         testing::Values(Peer{"bla.arj", n::arj, 0, false}, Peer{"bla.unix.arj", n::arj, 0, false},
+                                         Peer{"bla.lha", n::lha, 0, false}, Peer{"bla.tgz", n::gz, 0, false},
+                                         Peer{"bla.tar.bz2", n::bz2, 0, false},
+                                         Peer{"bla.tar.Z", n::compress, 0, false}, Peer{"bla.zip", n::zip, 0, false},
+                                         Peer{"password-encrypted.zip", n::zip, 0, true},
+                                         Peer{"bla.tar", n::tar, 0, false}, Peer{"test-times-v7.tar", n::tar, 0, false},
+                                         Peer{"test-times-gnu.tar", n::tar, 0, false},
+                                         Peer{"test-times-pax-folder.tar", n::tar, 0, false},
+                                         // An empty Zip whose end record carries a comment is not taken for a Zip.
+                                         Peer{"zip2-comment_garbage.zip", 0, 0, false}),
+                         [](const testing::TestParamInfo<Peer>& info) {
+                             std::string name = info.param.file;
+                             for (char& c : name)
+                                 if (!isalnum(static_cast<unsigned char>(c))) c = '_';
+                             return name;
+                         });
 
-} // namespace
+}  // namespace

@@ -34,7 +34,9 @@ TEST(RC4, RFC6229Vectors) {
     for (const Case& c : cases) {
         algorithm::rc4::ScheduledKey key(c.key);
         EXPECT_EQ(c.at0, keystream(key, 0, 16));
-        if (!c.at16.empty()) EXPECT_EQ(c.at16, keystream(key, 16, 16));
+        if (!c.at16.empty()) {
+            EXPECT_EQ(c.at16, keystream(key, 16, 16));
+        }
     }
 }
 

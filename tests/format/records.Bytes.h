@@ -11,6 +11,7 @@
 #include "stream/check/crc.CRC.h"
 #include "stream/stream.Array.h"
 #include "stream/stream.Vector.h"
+#include "format/format.Exception.h"
 #include "un/un.structure.h"
 
 namespace records_test {
@@ -50,6 +51,17 @@ inline uint64_t readFrom(un::structure& record, const std::vector<char>& bytes, 
     stream::ArrayInput in(bytes.data(), static_cast<uint32_t>(bytes.size()));
     record.read(in, strict);
     return in.tell();
+}
+
+// The message of the format::Exception that `f` raises, or "no exception".
+template <typename F>
+std::string messageOf(F&& f) {
+    try {
+        f();
+    } catch (const format::Exception& e) {
+        return e.what();
+    }
+    return "no exception";
 }
 
 inline std::string hex(const std::vector<char>& bytes) {

@@ -24,6 +24,8 @@ ItemHeader::ItemHeader()
       platformHeader_(std::make_unique<PlatformHeader>()) {}
 
 ItemHeader::~ItemHeader() = default;
+ItemHeader::ItemHeader(ItemHeader&&) noexcept = default;
+ItemHeader& ItemHeader::operator=(ItemHeader&&) noexcept = default;
 
 std::string ItemHeader::readString(stream::Input& in, uint32_t length, bool strict) {
     std::string text(length, '\0');

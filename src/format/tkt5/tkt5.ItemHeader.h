@@ -58,6 +58,8 @@ public:
     ~ItemHeader() override;
     ItemHeader(const ItemHeader&) = delete;
     ItemHeader& operator=(const ItemHeader&) = delete;
+    ItemHeader(ItemHeader&&) noexcept;
+    ItemHeader& operator=(ItemHeader&&) noexcept;
 
     // Reads `length` bytes. With `strict` set, a short input raises an
     // exception; otherwise the missing bytes are zeros.

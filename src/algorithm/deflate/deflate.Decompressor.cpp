@@ -63,6 +63,7 @@ uint64_t Decompressor::process(stream::Input& in, stream::Output& out) {
     const uint64_t start = out.tell();
     position_ = 0;
     consumed_ = 0;
+    in_ = &in;
     Bits bits(in);
     try {
         while (inflateBlock(bits, out)) {
@@ -104,20 +105,35 @@ void Decompressor::inflateStored(Bits& bits, stream::Output& out) {
     if (length < 0 || complement < 0 || length != (~complement & 0xFFFF))
         fail("error in compressed data in Decompressor");
     consumed_ += 32;
+
+    // The bytes already in the bit input come first; the rest are read from
+    // the input in blocks.
     unsigned pos = position_;
-    for (int32_t i = 0; i < length; ++i) {
-        const int32_t c = bits.Bits::read(8);
-        if (c < 0) {
-            position_ = static_cast<uint16_t>(pos);
-            fail("error in compressed data in Decompressor");
-        }
-        window_[pos++] = static_cast<unsigned char>(c);
+    uint32_t left = static_cast<uint32_t>(length);
+    while (left != 0 && bits.bitsHeld() >= 8) {
+        window_[pos++] = static_cast<unsigned char>(bits.Bits::read(8));
+        consumed_ += 8;
+        --left;
         if (pos == windowSize) {
             out.write(reinterpret_cast<const char*>(window_), windowSize);
             pos = 0;
         }
     }
-    consumed_ += 8 * static_cast<uint64_t>(length);
+    while (left != 0) {
+        uint32_t room = windowSize - pos;
+        if (room > left) room = left;
+        const uint32_t n = in_->read(reinterpret_cast<char*>(window_) + pos, room);
+        if (n == 0) {
+            position_ = static_cast<uint16_t>(pos);
+            fail("error in compressed data in Decompressor");
+        }
+        left -= n;
+        pos += n;
+        if (pos == windowSize) {
+            out.write(reinterpret_cast<const char*>(window_), windowSize);
+            pos = 0;
+        }
+    }
     position_ = static_cast<uint16_t>(pos);
 }
 
@@ -276,19 +292,22 @@ void Decompressor::inflateCodes(Bits& bits, stream::Output& out, const huft* lit
             unsigned stretch = windowSize - (source > pos ? source : pos);
             if (stretch > length) stretch = length;
             length -= stretch;
-            if (source + stretch <= pos) {
-                std::memcpy(window + pos, window + source, stretch);
-            } else if (source > pos) {
-                std::memmove(window + pos, window + source, stretch);
-            } else if (source < pos) {
-                // Overlapping forward copy: the pattern repeats.
-                unsigned char* to = window + pos;
-                const unsigned char* from = window + source;
-                const unsigned char* const end = to + stretch;
-                while (to != end) *to++ = *from++;
-            }
+            unsigned char* to = window + pos;
+            const unsigned char* from = window + source;
             pos += stretch;
             source += stretch;
+            if (from + 8 <= to || from > to) {
+                // The source is at least 8 bytes behind, or ahead: copy in
+                // words, each read before it is written.
+                while (stretch >= 8) {
+                    std::memmove(to, from, 8);
+                    to += 8;
+                    from += 8;
+                    stretch -= 8;
+                }
+            }
+            // Close behind: the pattern repeats byte by byte.
+            while (stretch-- != 0) *to++ = *from++;
             if (source == windowSize) source = 0;
             if (pos == windowSize) flush();
         } while (length != 0);

@@ -250,19 +250,24 @@ void Decompressor::inflateCodes(Bits& bits, stream::Output& out, const huft* lit
             t = t->v.t + (static_cast<uint32_t>(bits.Bits::peek(e)) & mask[e]);
             e = t->e;
         }
-        bits.Bits::skip(t->b);
-        used += t->b;
-
         if (e == 16) {
+            bits.Bits::skip(t->b);
+            used += t->b;
             window[pos++] = static_cast<unsigned char>(t->v.n);
             if (pos == windowSize) flush();
             continue;
         }
-        if (e == 15) break;
+        if (e == 15) {
+            bits.Bits::skip(t->b);
+            used += t->b;
+            break;
+        }
 
-        unsigned length = t->v.n + (static_cast<uint32_t>(bits.Bits::peek(e)) & mask[e]);
-        bits.Bits::skip(e);
-        used += e;
+        // The length code and its extra bits in one look (at most 16 + 5 bits).
+        const unsigned codeBits = t->b;
+        unsigned length = t->v.n + ((static_cast<uint32_t>(bits.Bits::peek(codeBits + e)) >> codeBits) & mask[e]);
+        bits.Bits::skip(codeBits + e);
+        used += codeBits + e;
 
         if (distanceTable == nullptr) {
             position_ = static_cast<uint16_t>(pos);
@@ -306,8 +311,13 @@ void Decompressor::inflateCodes(Bits& bits, stream::Output& out, const huft* lit
                     stretch -= 8;
                 }
             }
-            // Close behind: the pattern repeats byte by byte.
-            while (stretch-- != 0) *to++ = *from++;
+            if (from + 1 == to) {
+                // A run of one byte.
+                std::memset(to, *from, stretch);
+            } else {
+                // The rest, or a short pattern close behind, byte by byte.
+                while (stretch-- != 0) *to++ = *from++;
+            }
             if (source == windowSize) source = 0;
             if (pos == windowSize) flush();
         } while (length != 0);

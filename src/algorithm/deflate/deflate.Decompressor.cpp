@@ -310,12 +310,24 @@ void Decompressor::inflateCodes(Bits& bits, stream::Output& out, const huft* lit
                     from += 8;
                     stretch -= 8;
                 }
-            }
-            if (from + 1 == to) {
+                if (stretch >= 4) {
+                    std::memmove(to, from, 4);
+                    to += 4;
+                    from += 4;
+                    stretch -= 4;
+                }
+                if (stretch >= 2) {
+                    std::memmove(to, from, 2);
+                    to += 2;
+                    from += 2;
+                    stretch -= 2;
+                }
+                if (stretch != 0) *to = *from;
+            } else if (from + 1 == to) {
                 // A run of one byte.
                 std::memset(to, *from, stretch);
             } else {
-                // The rest, or a short pattern close behind, byte by byte.
+                // A short pattern close behind repeats byte by byte.
                 while (stretch-- != 0) *to++ = *from++;
             }
             if (source == windowSize) source = 0;

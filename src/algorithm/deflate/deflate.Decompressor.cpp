@@ -229,68 +229,72 @@ void Decompressor::inflateCodes(Bits& bits, stream::Output& out, const huft* lit
     unsigned pos = position_;
     uint64_t used = consumed_;
 
+    // The loop decodes from a look of 24 bits at a time and gives the bits
+    // that it decoded back to the bit input before the next look.
+    uint32_t look = static_cast<uint32_t>(bits.Bits::peek(24));
+    unsigned avail = 24;
+    auto next = [&] {
+        const unsigned done = 24 - avail;
+        bits.Bits::skip(done);
+        used += done;
+        look = static_cast<uint32_t>(bits.Bits::peek(24));
+        avail = 24;
+    };
+    auto drop = [&](unsigned n) {
+        look >>= n;
+        avail -= n;
+    };
     auto flush = [&] {
         out.write(reinterpret_cast<const char*>(window), windowSize);
         pos = 0;
-        consumed_ = used;
+        consumed_ = used + (24 - avail);
         checkInput(bits);
+    };
+    auto badCode = [&] {
+        position_ = static_cast<uint16_t>(pos);
+        fail("bad code in Decompressor");
     };
 
     for (;;) {
-        const huft* t = literalTable + (static_cast<uint32_t>(bits.Bits::peek(lb)) & ml);
+        if (avail < lb) next();
+        const huft* t = literalTable + (look & ml);
         unsigned e = t->e;
         while (e > 16) {
-            if (e == 99) {
-                position_ = static_cast<uint16_t>(pos);
-                fail("bad code in Decompressor");
-            }
-            bits.Bits::skip(t->b);
-            used += t->b;
+            if (e == 99) badCode();
+            drop(t->b);
             e -= 16;
-            t = t->v.t + (static_cast<uint32_t>(bits.Bits::peek(e)) & mask[e]);
+            if (avail < e) next();
+            t = t->v.t + (look & mask[e]);
             e = t->e;
         }
+        drop(t->b);
         if (e == 16) {
-            bits.Bits::skip(t->b);
-            used += t->b;
             window[pos++] = static_cast<unsigned char>(t->v.n);
             if (pos == windowSize) flush();
             continue;
         }
-        if (e == 15) {
-            bits.Bits::skip(t->b);
-            used += t->b;
-            break;
-        }
+        if (e == 15) break;
 
-        // The length code and its extra bits in one look (at most 16 + 5 bits).
-        const unsigned codeBits = t->b;
-        unsigned length = t->v.n + ((static_cast<uint32_t>(bits.Bits::peek(codeBits + e)) >> codeBits) & mask[e]);
-        bits.Bits::skip(codeBits + e);
-        used += codeBits + e;
+        if (avail < e) next();
+        unsigned length = t->v.n + (look & mask[e]);
+        drop(e);
 
-        if (distanceTable == nullptr) {
-            position_ = static_cast<uint16_t>(pos);
-            fail("bad code in Decompressor");
-        }
-        t = distanceTable + (static_cast<uint32_t>(bits.Bits::peek(db)) & md);
+        if (distanceTable == nullptr) badCode();
+        if (avail < db) next();
+        t = distanceTable + (look & md);
         e = t->e;
         while (e > 16) {
-            if (e == 99) {
-                position_ = static_cast<uint16_t>(pos);
-                fail("bad code in Decompressor");
-            }
-            bits.Bits::skip(t->b);
-            used += t->b;
+            if (e == 99) badCode();
+            drop(t->b);
             e -= 16;
-            t = t->v.t + (static_cast<uint32_t>(bits.Bits::peek(e)) & mask[e]);
+            if (avail < e) next();
+            t = t->v.t + (look & mask[e]);
             e = t->e;
         }
-        bits.Bits::skip(t->b);
-        used += t->b;
-        const unsigned distance = t->v.n + (static_cast<uint32_t>(bits.Bits::peek(e)) & mask[e]);
-        bits.Bits::skip(e);
-        used += e;
+        drop(t->b);
+        if (avail < e) next();
+        const unsigned distance = t->v.n + (look & mask[e]);
+        drop(e);
 
         unsigned source = (pos - distance) & (windowSize - 1);
         do {
@@ -334,8 +338,10 @@ void Decompressor::inflateCodes(Bits& bits, stream::Output& out, const huft* lit
             if (pos == windowSize) flush();
         } while (length != 0);
     }
+    const unsigned done = 24 - avail;
+    bits.Bits::skip(done);
     position_ = static_cast<uint16_t>(pos);
-    consumed_ = used;
+    consumed_ = used + done;
 }
 
 } // namespace algorithm::deflate

@@ -75,10 +75,12 @@ public:
     void unlock(FMX_Handle h);
     int16_t lastError() const { return lastError_; }
 
-private:
+    // Handles made and read as the host does, for callers that drive the plug-in's routines directly.
     FMX_Handle newHandle(const std::string& text);
     static std::string text(FMX_Handle h);
     void freeHandle(FMX_Handle h);
+
+private:
     void enter(uint8_t selector);
 
     FMX_ExternCallProc entry_;

@@ -22,31 +22,46 @@ using CRC32 = CRC<uint32_t>;
 
 // The reflected (least significant bit first) table-driven CRC. Entry i of the
 // table is the CRC of the single byte i from a zero value; each object builds
-// its own table once.
+// its tables once. The 32-bit form also keeps seven derived tables, so that a
+// block update takes eight bytes a step (slicing by eight) with the same result.
 template <typename T>
 class ReflectedCRC : public CRC<T> {
+    static constexpr int slices = sizeof(T) == 4 ? 8 : 1;
+
 public:
     ReflectedCRC(T polynomial, T seed) : CRC<T>(polynomial, seed) {
         for (uint32_t i = 0; i < 256; ++i) {
             T v = static_cast<T>(i);
             for (int bit = 0; bit < 8; ++bit) v = (v & 1) ? static_cast<T>((v >> 1) ^ polynomial) : static_cast<T>(v >> 1);
-            table_[i] = v;
+            table_[0][i] = v;
         }
+        for (int k = 1; k < slices; ++k)
+            for (uint32_t i = 0; i < 256; ++i)
+                table_[k][i] = static_cast<T>((table_[k - 1][i] >> 8) ^ table_[0][table_[k - 1][i] & 0xFF]);
     }
 
     using CRC<T>::update;
     void update(char byte) override {
-        this->value_ = static_cast<T>((this->value_ >> 8) ^ table_[(this->value_ ^ static_cast<unsigned char>(byte)) & 0xFF]);
+        this->value_ = static_cast<T>((this->value_ >> 8) ^ table_[0][(this->value_ ^ static_cast<unsigned char>(byte)) & 0xFF]);
     }
     void update(const char* data, uint32_t size) override {
         T v = this->value_;
-        for (uint32_t i = 0; i < size; ++i)
-            v = static_cast<T>((v >> 8) ^ table_[(v ^ static_cast<unsigned char>(data[i])) & 0xFF]);
+        const unsigned char* p = reinterpret_cast<const unsigned char*>(data);
+        if constexpr (slices == 8) {
+            while (size >= 8) {
+                uint32_t low = v ^ (uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24);
+                v = table_[7][low & 0xFF] ^ table_[6][(low >> 8) & 0xFF] ^ table_[5][(low >> 16) & 0xFF] ^
+                    table_[4][low >> 24] ^ table_[3][p[4]] ^ table_[2][p[5]] ^ table_[1][p[6]] ^ table_[0][p[7]];
+                p += 8;
+                size -= 8;
+            }
+        }
+        for (uint32_t i = 0; i < size; ++i) v = static_cast<T>((v >> 8) ^ table_[0][(v ^ p[i]) & 0xFF]);
         this->value_ = v;
     }
 
 private:
-    std::array<T, 256> table_;
+    std::array<std::array<T, 256>, slices> table_;
 };
 
 class GenericCRC16 : public ReflectedCRC<uint16_t> {

@@ -103,7 +103,7 @@ TEST_F(HostedRoutines, StringsComeCountedOrTerminated) {
 
 // The Windows build reads the same table from its resources.
 TEST(StringTable, ResourceScriptHoldsTheSameTexts) {
-    std::string rc = plugintest::readFile(std::string(CRATEWERK_TEST_DATA) + "/../../src/plugin/Cratewerk.rc");
+    std::string rc = plugintest::readFile(std::string(CRATEWERK_SOURCE_DIR) + "/src/plugin/Cratewerk.rc");
     ASSERT_FALSE(rc.empty());
     int checked = 0;
     for (int32_t id = 128; id < 23000; ++id) {

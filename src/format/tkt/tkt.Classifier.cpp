@@ -1,6 +1,9 @@
 #include "format/tkt/tkt.Classifier.h"
 
 #include "format/format.Number.h"
+#include "format/tkt/tkt.ArchiveHeader.h"
+#include "stream/stream.Array.h"
+#include "un/un.exception.h"
 
 namespace format::tkt {
 
@@ -9,9 +12,14 @@ Classifier::Classifier() : format::Classifier(number::tkt, 4000) {}
 bool Classifier::recognizes(unsigned offset) const { return holds(offset, "TKT!"); }
 
 bool Classifier::confirms(unsigned offset) const {
-    if (!within(uint64_t(offset) + 22)) return false;
-    const unsigned char* b = bytes() + offset;
-    return b[10] == 'r' && b[11] == 'T' && b[12] == 'u' && b[13] == 'k' && (b[14] == 1 || b[14] == 2);
+    stream::ArrayInput in(data->data() + offset, blockSize() - offset);
+    ArchiveHeader header;
+    try {
+        header.read(in, false);
+    } catch (const un::exception&) {
+        return false;
+    }
+    return header.valid() && (header.version() == 1 || header.version() == 2);
 }
 
 } // namespace format::tkt

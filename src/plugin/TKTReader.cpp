@@ -1,5 +1,6 @@
 #include "plugin/TKTReader.h"
 
+#include <cstdio>
 #include <cstring>
 
 #include "plugin/Crwk.UI.h"
@@ -7,20 +8,20 @@
 #include "util/util.System.h"
 
 TKTReader::TKTReader(bool progress) : showProgress(progress) {
-    ErrorDispatcher.add(this);
-    ArchiveDecodeBeginDispatcher.add(this);
-    ArchiveDecodeEndDispatcher.add(this);
-    FileDeleteDispatcher.add(this);
-    FileDecodeBeginDispatcher.add(this);
-    FileDecodeEndDispatcher.add(this);
-    FolderDecodeBeginDispatcher.add(this);
-    FolderDecodeEndDispatcher.add(this);
-    ProgressSizeBeginDispatcher.add(this);
-    ProgressSizeEndDispatcher.add(this);
-    ProgressSizeMoveDispatcher.add(this);
-    ProgressFilesBeginDispatcher.add(this);
-    ProgressFilesEndDispatcher.add(this);
-    ProgressFilesMoveDispatcher.add(this);
+    add(static_cast<tuckett5::event::ErrorListener*>(this));
+    add(static_cast<tuckett5::event::ArchiveDecodeBeginListener*>(this));
+    add(static_cast<tuckett5::event::ArchiveDecodeEndListener*>(this));
+    add(static_cast<tuckett5::event::FileDeleteListener*>(this));
+    add(static_cast<tuckett5::event::FileDecodeBeginListener*>(this));
+    add(static_cast<tuckett5::event::FileDecodeEndListener*>(this));
+    add(static_cast<tuckett5::event::FolderDecodeBeginListener*>(this));
+    add(static_cast<tuckett5::event::FolderDecodeEndListener*>(this));
+    add(static_cast<tuckett5::event::ProgressSizeBeginListener*>(this));
+    add(static_cast<tuckett5::event::ProgressSizeEndListener*>(this));
+    add(static_cast<tuckett5::event::ProgressSizeMoveListener*>(this));
+    add(static_cast<tuckett5::event::ProgressFilesBeginListener*>(this));
+    add(static_cast<tuckett5::event::ProgressFilesEndListener*>(this));
+    add(static_cast<tuckett5::event::ProgressFilesMoveListener*>(this));
 }
 
 TKTReader::~TKTReader() = default;

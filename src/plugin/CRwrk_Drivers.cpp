@@ -1,5 +1,7 @@
 // The external functions that run the engine: expansion and compression.
+#include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "algorithm/algorithm.Password.h"
@@ -67,6 +69,10 @@ void DoCompress(int32_t function, FMX_Handle parameterHandle, FMX_Handle resultH
 }
 
 void DoExpand(FMX_Handle parameterHandle, FMX_Handle resultHandle) {
+    DoExpandWith([] { return std::make_unique<TKTReader>(true); }, parameterHandle, resultHandle);
+}
+
+void DoExpandWith(TKTReaderFactory makeReader, FMX_Handle parameterHandle, FMX_Handle resultHandle) {
     FSObject source;
     int32_t code = ResolvePathParameter(kCRwrkExpand, parameterHandle, 1, Crwk::UI::kChooseFile, kPurposeExpand, source);
     if (code == 0) {
@@ -76,7 +82,8 @@ void DoExpand(FMX_Handle parameterHandle, FMX_Handle resultHandle) {
         if (code == 0) {
             bool destinationGiven = destination.pathLength != 0;
             try {
-                TKTReader reader(true);
+                std::unique_ptr<TKTReader> made = makeReader();
+                TKTReader& reader = *made;
                 try {
                     reader.SetSourceFSO(&source);
                     reader.SetDestinationFSO(&destination);

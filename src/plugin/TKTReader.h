@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "engine/t5.Reader.h"
+#include "plugin/FMExtern.h"
 
 class FSObject;
 
@@ -53,3 +55,7 @@ public:
     bool showProgress;
     bool canceled = false;
 };
+
+// Makes the reader of one CRwrk-Expand call; tests put in their own.
+using TKTReaderFactory = std::unique_ptr<TKTReader> (*)();
+void DoExpandWith(TKTReaderFactory makeReader, FMX_Handle parameterHandle, FMX_Handle resultHandle);

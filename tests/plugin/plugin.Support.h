@@ -11,6 +11,12 @@
 
 #include "fmhost.Host.h"
 
+#if defined(_WIN32)
+#include <process.h>
+#else
+#include <unistd.h>
+#endif
+
 namespace plugintest {
 
 // A scratch folder below the system's temporary folder, removed afterwards.
@@ -32,7 +38,13 @@ public:
     std::string str() const { return path_.string(); }
 
 private:
-    static long getpidValue();
+    static long getpidValue() {
+#if defined(_WIN32)
+        return static_cast<long>(_getpid());
+#else
+        return static_cast<long>(getpid());
+#endif
+    }
     std::filesystem::path path_;
 };
 

@@ -48,6 +48,15 @@ private:
     std::filesystem::path path_;
 };
 
+// A relative path written with "/" in the platform's form.
+inline std::string native(std::string path) {
+#if defined(_WIN32)
+    for (char& c : path)
+        if (c == '/') c = '\\';
+#endif
+    return path;
+}
+
 inline void writeFile(const std::string& path, const std::string& bytes) {
     std::ofstream out(path, std::ios::binary);
     out << bytes;

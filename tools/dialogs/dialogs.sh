@@ -20,7 +20,8 @@ sleep 2
 
 shoot() {
     local which=$1 name=$2
-    "$wine" "$build/dialogs.exe" "$which" 25000 >/dev/null 2>&1 &
+    # A Wine desktop window draws the title bars that no window manager would.
+    "$wine" explorer /desktop=cratewerk,800x600 "$build/dialogs.exe" "$which" 25000 >/dev/null 2>&1 &
     local shown=$!
     # Wine takes a while to start; the dialog stays up long enough.
     sleep "${DIALOG_WAIT:-12}"

@@ -38,8 +38,10 @@ void classifyMiss(benchmark::State& state) { classify(state, missBlock()); }
 
 void classifyHit(benchmark::State& state) {
     std::vector<char> block = missBlock();
-    const char local[] = "PK\x03\x04\x14\x00\x00\x00\x08\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00"
-                         "\x00\x00\x05\x00\x00\x00" "a.txt";
+    const char local[] =
+        "PK\x03\x04\x14\x00\x00\x00\x08\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00"
+        "\x00\x00\x05\x00\x00\x00"
+        "a.txt";
     std::copy(local, local + sizeof local - 1, block.begin());
     classify(state, block);
 }
@@ -47,4 +49,4 @@ void classifyHit(benchmark::State& state) {
 BENCHMARK(classifyMiss)->Name("Classify/cratewerk/miss")->Unit(benchmark::kMicrosecond);
 BENCHMARK(classifyHit)->Name("Classify/cratewerk/hit")->Unit(benchmark::kMicrosecond);
 
-} // namespace
+}  // namespace

@@ -111,4 +111,4 @@ int MultiClassifier::classify(stream::Input& input, unsigned size, tuckett5::Rea
     return 0;
 }
 
-} // namespace engine5
+}  // namespace engine5

@@ -37,4 +37,4 @@ public:
     std::unique_ptr<format::MultiClassifier> classifier;
 };
 
-} // namespace engine5
+}  // namespace engine5

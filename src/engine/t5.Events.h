@@ -176,129 +176,175 @@ public:
 class ArchiveDecodeBeginDispatcher : public Dispatcher<ArchiveDecodeBeginListener> {
 public:
     // A false answer throws exception::Evacuation.
-    void archiveDecodeBegin() const { require([&](ArchiveDecodeBeginListener& l) { return l.archiveDecodeBeginEvent(); }); }
+    void fireArchiveDecodeBegin() const {
+        require([&](ArchiveDecodeBeginListener& l) { return l.archiveDecodeBeginEvent(); });
+    }
 };
 
 class ArchiveDecodeEndDispatcher : public Dispatcher<ArchiveDecodeEndListener> {
 public:
-    void archiveDecodeEnd() const { tell([&](ArchiveDecodeEndListener& l) { return l.archiveDecodeEndEvent(); }); }
+    void fireArchiveDecodeEnd() const {
+        tell([&](ArchiveDecodeEndListener& l) { return l.archiveDecodeEndEvent(); });
+    }
 };
 
 class ArchiveInfoDispatcher : public Dispatcher<ArchiveInfoListener> {
 public:
     // A false answer throws exception::Evacuation.
-    void archiveInfo() const { require([&](ArchiveInfoListener& l) { return l.archiveInfoEvent(); }); }
+    void fireArchiveInfo() const {
+        require([&](ArchiveInfoListener& l) { return l.archiveInfoEvent(); });
+    }
 };
 
 class ArchiveNextDispatcher : public Dispatcher<ArchiveNextListener> {
 public:
     // Answers false when a listener did; what that means is the caller's.
-    bool archiveNext(std::string& path) const { return ask([&](ArchiveNextListener& l) { return l.archiveNextEvent(path); }); }
+    bool fireArchiveNext(std::string& path) const {
+        return ask([&](ArchiveNextListener& l) { return l.archiveNextEvent(path); });
+    }
 };
 
 class ErrorDispatcher : public Dispatcher<ErrorListener> {
 public:
     // A false answer throws exception::Evacuation.
-    void error(int32_t code) const { require([&](ErrorListener& l) { return l.errorEvent(code); }); }
+    void fireError(int32_t code) const {
+        require([&](ErrorListener& l) { return l.errorEvent(code); });
+    }
 };
 
 class FileChangedNameDispatcher : public Dispatcher<FileChangedNameListener> {
 public:
-    void fileChangedName(const char* name) const { tell([&](FileChangedNameListener& l) { return l.fileChangedNameEvent(name); }); }
+    void fireFileChangedName(const char* name) const {
+        tell([&](FileChangedNameListener& l) { return l.fileChangedNameEvent(name); });
+    }
 };
 
 class FileDecodeBeginDispatcher : public Dispatcher<FileDecodeBeginListener> {
 public:
     // Answers false when a listener did; what that means is the caller's.
-    bool fileDecodeBegin(uint32_t size) const { return ask([&](FileDecodeBeginListener& l) { return l.fileDecodeBeginEvent(size); }); }
+    bool fireFileDecodeBegin(uint32_t size) const {
+        return ask([&](FileDecodeBeginListener& l) { return l.fileDecodeBeginEvent(size); });
+    }
 };
 
 class FileDecodeEndDispatcher : public Dispatcher<FileDecodeEndListener> {
 public:
-    void fileDecodeEnd() const { tell([&](FileDecodeEndListener& l) { return l.fileDecodeEndEvent(); }); }
+    void fireFileDecodeEnd() const {
+        tell([&](FileDecodeEndListener& l) { return l.fileDecodeEndEvent(); });
+    }
 };
 
 class FileDeleteDispatcher : public Dispatcher<FileDeleteListener> {
 public:
     // Answers false when a listener did; what that means is the caller's.
-    bool fileDelete() const { return ask([&](FileDeleteListener& l) { return l.fileDeleteEvent(); }); }
+    bool fireFileDelete() const {
+        return ask([&](FileDeleteListener& l) { return l.fileDeleteEvent(); });
+    }
 };
 
 class FileInfoDispatcher : public Dispatcher<FileInfoListener> {
 public:
     // A false answer throws exception::Evacuation.
-    void fileInfo() const { require([&](FileInfoListener& l) { return l.fileInfoEvent(); }); }
+    void fireFileInfo() const {
+        require([&](FileInfoListener& l) { return l.fileInfoEvent(); });
+    }
 };
 
 class FileNewNameDispatcher : public Dispatcher<FileNewNameListener> {
 public:
     // Answers false when a listener did; what that means is the caller's.
-    bool fileNewName(std::string& name) const { return ask([&](FileNewNameListener& l) { return l.fileNewNameEvent(name); }); }
+    bool fireFileNewName(std::string& name) const {
+        return ask([&](FileNewNameListener& l) { return l.fileNewNameEvent(name); });
+    }
 };
 
 class FolderDecodeBeginDispatcher : public Dispatcher<FolderDecodeBeginListener> {
 public:
     // A false answer throws exception::Evacuation.
-    void folderDecodeBegin(uint32_t size) const { require([&](FolderDecodeBeginListener& l) { return l.folderDecodeBeginEvent(size); }); }
+    void fireFolderDecodeBegin(uint32_t size) const {
+        require([&](FolderDecodeBeginListener& l) { return l.folderDecodeBeginEvent(size); });
+    }
 };
 
 class FolderDecodeEndDispatcher : public Dispatcher<FolderDecodeEndListener> {
 public:
-    void folderDecodeEnd() const { tell([&](FolderDecodeEndListener& l) { return l.folderDecodeEndEvent(); }); }
+    void fireFolderDecodeEnd() const {
+        tell([&](FolderDecodeEndListener& l) { return l.folderDecodeEndEvent(); });
+    }
 };
 
 class FolderInfoDispatcher : public Dispatcher<FolderInfoListener> {
 public:
     // A false answer throws exception::Evacuation.
-    void folderInfo() const { require([&](FolderInfoListener& l) { return l.folderInfoEvent(); }); }
+    void fireFolderInfo() const {
+        require([&](FolderInfoListener& l) { return l.folderInfoEvent(); });
+    }
 };
 
 class ProgressFilesBeginDispatcher : public Dispatcher<ProgressFilesBeginListener> {
 public:
-    void progressFilesBegin(uint32_t count) const { tell([&](ProgressFilesBeginListener& l) { return l.progressFilesBeginEvent(count); }); }
+    void fireProgressFilesBegin(uint32_t count) const {
+        tell([&](ProgressFilesBeginListener& l) { return l.progressFilesBeginEvent(count); });
+    }
 };
 
 class ProgressFilesEndDispatcher : public Dispatcher<ProgressFilesEndListener> {
 public:
-    void progressFilesEnd() const { tell([&](ProgressFilesEndListener& l) { return l.progressFilesEndEvent(); }); }
+    void fireProgressFilesEnd() const {
+        tell([&](ProgressFilesEndListener& l) { return l.progressFilesEndEvent(); });
+    }
 };
 
 class ProgressFilesMoveDispatcher : public Dispatcher<ProgressFilesMoveListener> {
 public:
     // A false answer throws exception::Evacuation.
-    void progressFilesMove(uint32_t done) const { require([&](ProgressFilesMoveListener& l) { return l.progressFilesMoveEvent(done); }); }
+    void fireProgressFilesMove(uint32_t done) const {
+        require([&](ProgressFilesMoveListener& l) { return l.progressFilesMoveEvent(done); });
+    }
 };
 
 class ProgressScanBeginDispatcher : public Dispatcher<ProgressScanBeginListener> {
 public:
-    void progressScanBegin() const { tell([&](ProgressScanBeginListener& l) { return l.progressScanBeginEvent(); }); }
+    void fireProgressScanBegin() const {
+        tell([&](ProgressScanBeginListener& l) { return l.progressScanBeginEvent(); });
+    }
 };
 
 class ProgressScanEndDispatcher : public Dispatcher<ProgressScanEndListener> {
 public:
-    void progressScanEnd() const { tell([&](ProgressScanEndListener& l) { return l.progressScanEndEvent(); }); }
+    void fireProgressScanEnd() const {
+        tell([&](ProgressScanEndListener& l) { return l.progressScanEndEvent(); });
+    }
 };
 
 class ProgressScanStepDispatcher : public Dispatcher<ProgressScanStepListener> {
 public:
     // A false answer throws exception::Evacuation.
-    void progressScanStep() const { require([&](ProgressScanStepListener& l) { return l.progressScanStepEvent(); }); }
+    void fireProgressScanStep() const {
+        require([&](ProgressScanStepListener& l) { return l.progressScanStepEvent(); });
+    }
 };
 
 class ProgressSizeBeginDispatcher : public Dispatcher<ProgressSizeBeginListener> {
 public:
-    void progressSizeBegin(uint32_t total) const { tell([&](ProgressSizeBeginListener& l) { return l.progressSizeBeginEvent(total); }); }
+    void fireProgressSizeBegin(uint32_t total) const {
+        tell([&](ProgressSizeBeginListener& l) { return l.progressSizeBeginEvent(total); });
+    }
 };
 
 class ProgressSizeEndDispatcher : public Dispatcher<ProgressSizeEndListener> {
 public:
-    void progressSizeEnd() const { tell([&](ProgressSizeEndListener& l) { return l.progressSizeEndEvent(); }); }
+    void fireProgressSizeEnd() const {
+        tell([&](ProgressSizeEndListener& l) { return l.progressSizeEndEvent(); });
+    }
 };
 
 class ProgressSizeMoveDispatcher : public Dispatcher<ProgressSizeMoveListener> {
 public:
     // A false answer throws exception::Evacuation.
-    void progressSizeMove(uint32_t done) const { require([&](ProgressSizeMoveListener& l) { return l.progressSizeMoveEvent(done); }); }
+    void fireProgressSizeMove(uint32_t done) const {
+        require([&](ProgressSizeMoveListener& l) { return l.progressSizeMoveEvent(done); });
+    }
 };
 
-} // namespace tuckett5::event
+}  // namespace tuckett5::event

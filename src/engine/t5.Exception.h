@@ -64,4 +64,4 @@ public:
     explicit UnsupportedMethod(const std::string& message) : Exception(message, "Unsupported method") {}
 };
 
-} // namespace tuckett5::exception
+}  // namespace tuckett5::exception

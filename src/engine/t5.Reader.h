@@ -13,7 +13,7 @@
 namespace io::random {
 class File;
 class FileInput;
-} // namespace io::random
+}  // namespace io::random
 
 namespace engine5 {
 class FormatReader;
@@ -65,50 +65,50 @@ public:
     // One add and remove for each kind of listener, so a client writes
     // reader.add(static_cast<FileDecodeBeginListener*>(this)).
     using event::ArchiveDecodeBeginDispatcher::add;
-    using event::ArchiveDecodeEndDispatcher::add;
-    using event::ArchiveInfoDispatcher::add;
-    using event::ArchiveNextDispatcher::add;
-    using event::ErrorDispatcher::add;
-    using event::FileChangedNameDispatcher::add;
-    using event::FileDecodeBeginDispatcher::add;
-    using event::FileDecodeEndDispatcher::add;
-    using event::FileDeleteDispatcher::add;
-    using event::FileInfoDispatcher::add;
-    using event::FileNewNameDispatcher::add;
-    using event::FolderDecodeBeginDispatcher::add;
-    using event::FolderDecodeEndDispatcher::add;
-    using event::FolderInfoDispatcher::add;
-    using event::ProgressFilesBeginDispatcher::add;
-    using event::ProgressFilesEndDispatcher::add;
-    using event::ProgressFilesMoveDispatcher::add;
-    using event::ProgressScanBeginDispatcher::add;
-    using event::ProgressScanEndDispatcher::add;
-    using event::ProgressScanStepDispatcher::add;
-    using event::ProgressSizeBeginDispatcher::add;
-    using event::ProgressSizeEndDispatcher::add;
-    using event::ProgressSizeMoveDispatcher::add;
     using event::ArchiveDecodeBeginDispatcher::remove;
+    using event::ArchiveDecodeEndDispatcher::add;
     using event::ArchiveDecodeEndDispatcher::remove;
+    using event::ArchiveInfoDispatcher::add;
     using event::ArchiveInfoDispatcher::remove;
+    using event::ArchiveNextDispatcher::add;
     using event::ArchiveNextDispatcher::remove;
+    using event::ErrorDispatcher::add;
     using event::ErrorDispatcher::remove;
+    using event::FileChangedNameDispatcher::add;
     using event::FileChangedNameDispatcher::remove;
+    using event::FileDecodeBeginDispatcher::add;
     using event::FileDecodeBeginDispatcher::remove;
+    using event::FileDecodeEndDispatcher::add;
     using event::FileDecodeEndDispatcher::remove;
+    using event::FileDeleteDispatcher::add;
     using event::FileDeleteDispatcher::remove;
+    using event::FileInfoDispatcher::add;
     using event::FileInfoDispatcher::remove;
+    using event::FileNewNameDispatcher::add;
     using event::FileNewNameDispatcher::remove;
+    using event::FolderDecodeBeginDispatcher::add;
     using event::FolderDecodeBeginDispatcher::remove;
+    using event::FolderDecodeEndDispatcher::add;
     using event::FolderDecodeEndDispatcher::remove;
+    using event::FolderInfoDispatcher::add;
     using event::FolderInfoDispatcher::remove;
+    using event::ProgressFilesBeginDispatcher::add;
     using event::ProgressFilesBeginDispatcher::remove;
+    using event::ProgressFilesEndDispatcher::add;
     using event::ProgressFilesEndDispatcher::remove;
+    using event::ProgressFilesMoveDispatcher::add;
     using event::ProgressFilesMoveDispatcher::remove;
+    using event::ProgressScanBeginDispatcher::add;
     using event::ProgressScanBeginDispatcher::remove;
+    using event::ProgressScanEndDispatcher::add;
     using event::ProgressScanEndDispatcher::remove;
+    using event::ProgressScanStepDispatcher::add;
     using event::ProgressScanStepDispatcher::remove;
+    using event::ProgressSizeBeginDispatcher::add;
     using event::ProgressSizeBeginDispatcher::remove;
+    using event::ProgressSizeEndDispatcher::add;
     using event::ProgressSizeEndDispatcher::remove;
+    using event::ProgressSizeMoveDispatcher::add;
     using event::ProgressSizeMoveDispatcher::remove;
 
     // Opens the archive for reading; an io::Exception becomes exception::Input.
@@ -157,4 +157,4 @@ protected:
     virtual std::unique_ptr<engine5::FormatReader> makeFormatReader(int format);
 };
 
-} // namespace tuckett5
+}  // namespace tuckett5

@@ -87,4 +87,4 @@ void MultiClassifier::classify(char* data, unsigned size) {
     offset = found + adjustment;
 }
 
-} // namespace format
+}  // namespace format

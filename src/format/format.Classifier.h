@@ -88,4 +88,4 @@ private:
     std::vector<char> block_;
 };
 
-} // namespace format
+}  // namespace format

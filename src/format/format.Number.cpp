@@ -6,14 +6,70 @@ namespace {
 
 // 32 short names, then 32 display names.
 const char* const names[64] = {
-    "unknown", "empty", "eof", "tkt", "cpt", "zip", "arc", "arj",
-    "lha", "ha", "rar", "gz", "compress", "sco", "pack", "compact",
-    "freeze", "uu", "hqx", "btoa", "mime", "tar", "bin", "",
-    "", "", "tktseg", "tktsegN", "sv", "tkt5", "bz2", "EOF",
-    "unknown", "empty", "EOF", "Tuckett", "CompactPro", "Zip", "Arc", "Arj",
-    "Lha", "Ha", "Rar", "Gzip", "UnixCompress", "ScoCompress", "UnixPack", "UnixCompact",
-    "Freeze", "Uuencode", "BinHex", "Btoa", "Mime", "UnixTar", "MacBinary", "",
-    "", "", "TuckettSegment", "TuckettSegmentN", "SealedVault", "Tuckett5", "Bzip2", "",
+    "unknown",
+    "empty",
+    "eof",
+    "tkt",
+    "cpt",
+    "zip",
+    "arc",
+    "arj",
+    "lha",
+    "ha",
+    "rar",
+    "gz",
+    "compress",
+    "sco",
+    "pack",
+    "compact",
+    "freeze",
+    "uu",
+    "hqx",
+    "btoa",
+    "mime",
+    "tar",
+    "bin",
+    "",
+    "",
+    "",
+    "tktseg",
+    "tktsegN",
+    "sv",
+    "tkt5",
+    "bz2",
+    "EOF",
+    "unknown",
+    "empty",
+    "EOF",
+    "Tuckett",
+    "CompactPro",
+    "Zip",
+    "Arc",
+    "Arj",
+    "Lha",
+    "Ha",
+    "Rar",
+    "Gzip",
+    "UnixCompress",
+    "ScoCompress",
+    "UnixPack",
+    "UnixCompact",
+    "Freeze",
+    "Uuencode",
+    "BinHex",
+    "Btoa",
+    "Mime",
+    "UnixTar",
+    "MacBinary",
+    "",
+    "",
+    "",
+    "TuckettSegment",
+    "TuckettSegmentN",
+    "SealedVault",
+    "Tuckett5",
+    "Bzip2",
+    "",
 };
 
 enum : unsigned char {
@@ -27,7 +83,9 @@ enum : unsigned char {
 constexpr unsigned char C = Classifies, R = Reads, W = Writes, D = Directories, M = Multiple;
 
 const unsigned char abilities[32] = {
-    0, 0, 0,
+    0,
+    0,
+    0,
     C | R | W | D | M,  // tkt
     C | D | M,          // cpt
     C | R | W | D | M,  // zip
@@ -48,7 +106,9 @@ const unsigned char abilities[32] = {
     C | R | M,          // mime
     C | R | D | M,      // tar
     C | R | W | M,      // bin
-    0, 0, 0,
+    0,
+    0,
+    0,
     C | R | W,          // tktseg
     C | R | W,          // tktsegN
     C | R | W,          // sv
@@ -61,7 +121,7 @@ bool has(int format, unsigned char ability) {
     return format >= 0 && format <= 31 && (abilities[format] & ability) != 0;
 }
 
-} // namespace
+}  // namespace
 
 const char* name(int format) {
     if (format > 124 || format < 0) return "nonexistent";
@@ -75,4 +135,4 @@ bool writes(int format) { return has(format, Writes); }
 bool acceptsDirectories(int format) { return has(format, Directories); }
 bool acceptsMultipleInputs(int format) { return has(format, Multiple); }
 
-} // namespace format
+}  // namespace format

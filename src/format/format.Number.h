@@ -34,7 +34,7 @@ constexpr int sv = 28;
 constexpr int tkt5 = 29;
 constexpr int bz2 = 30;
 constexpr int last = 31;
-} // namespace number
+}  // namespace number
 
 // The short name of a format; the display name is 32 entries further on.
 // Answers "nonexistent" above 124; numbers from 64 to 124 must not be passed.
@@ -47,4 +47,4 @@ bool writes(int format);
 bool acceptsDirectories(int format);
 bool acceptsMultipleInputs(int format);
 
-} // namespace format
+}  // namespace format

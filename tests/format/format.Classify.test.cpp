@@ -12,8 +12,8 @@
 #include "format/format.Number.h"
 #include "format/sv/sv.ArchiveHeader.h"
 #include "format/tar/tar.Header.h"
-#include "format/tktseg/tktseg.ArchiveHeader.h"
 #include "format/tkt5/tkt5.ArchiveHeader.h"
+#include "format/tktseg/tktseg.ArchiveHeader.h"
 #include "stream/stream.Vector.h"
 
 namespace {
@@ -208,10 +208,11 @@ TEST_P(ClassifySample, NamesFormatAndOffset) {
 // formats that may stand anywhere are found there.
 TEST_P(ClassifySample, BehindAPrefixOnlyWhereAllowed) {
     const Sample& sample = GetParam();
-    static const std::vector<int> anywhere = {n::arj, n::btoa, n::bz2, n::hqx, n::lha, n::mime,
+    static const std::vector<int> anywhere = {n::arj, n::btoa, n::bz2,  n::hqx, n::lha, n::mime,
                                               n::sv,  n::rar,  n::tkt5, n::tkt, n::uu,  n::zip};
     bool movable = std::find(anywhere.begin(), anywhere.end(), sample.format) != anywhere.end();
-    if (sample.format == n::bz2) GTEST_SKIP() << "the digit is read at byte 3 of the block";
+    // bzip2 is not movable: its digit is read at byte 3 of the block, here a "~".
+    if (sample.format == n::bz2) movable = false;
     Result result = classify(filler(300, '~') + sample.block);
     if (movable) {
         EXPECT_EQ(result.format, sample.format);
@@ -243,7 +244,9 @@ struct Miss {
 
 class ClassifyMiss : public testing::TestWithParam<Miss> {};
 
-TEST_P(ClassifyMiss, IsUnknown) { EXPECT_EQ(classify(GetParam().block).format, 0) << format::name(classify(GetParam().block).format); }
+TEST_P(ClassifyMiss, IsUnknown) {
+    EXPECT_EQ(classify(GetParam().block).format, 0) << format::name(classify(GetParam().block).format);
+}
 
 INSTANTIATE_TEST_SUITE_P(
     Near, ClassifyMiss,
@@ -347,7 +350,8 @@ TEST(ClassifyOffset, Bzip2DigitIsReadAtByteThreeOfTheBlock) {
 }
 
 TEST(ClassifyOffset, SelfExtractorPrefixBeforeZip) {
-    std::string stub = "MZ" + bytes({0x90, 0, 3, 0, 0, 0, 4, 0, 0, 0, 0xFF, 0xFF}) + "This program cannot be run in DOS mode.";
+    std::string stub =
+        "MZ" + bytes({0x90, 0, 3, 0, 0, 0, 4, 0, 0, 0, 0xFF, 0xFF}) + "This program cannot be run in DOS mode.";
     stub += filler(3000 - stub.size(), 0);
     Result result = classify(stub + zipLocal(true));
     EXPECT_EQ(result.format, n::zip);
@@ -414,4 +418,4 @@ TEST(FormatNumbers, NamesAndAbilities) {
     EXPECT_EQ(readers, 19);
 }
 
-} // namespace
+}  // namespace

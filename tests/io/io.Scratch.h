@@ -2,9 +2,11 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <random>
 #include <string>
 
+#include "io/io.Exception.h"
 #include "io/io.Path.h"
 
 namespace iotest {
@@ -55,6 +57,21 @@ inline std::string native(std::string path) {
     for (char& c : path)
         if (c == '/') c = io::Path::separator;
     return path;
+}
+
+// The message of the exception of class E that `action` throws, or a text
+// that says what happened instead. Every failure of this layer is of the kind "I/O".
+template <class E>
+std::string failure(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const E& e) {
+        if (e.kind() != "I/O") return "kind " + e.kind() + ": " + e.what();
+        return e.what();
+    } catch (const std::exception& e) {
+        return std::string("another exception: ") + e.what();
+    }
+    return "(nothing thrown)";
 }
 
 } // namespace iotest

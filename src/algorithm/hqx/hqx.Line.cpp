@@ -19,7 +19,7 @@ constexpr std::array<signed char, 256> table = makeTable();
 // 26 bytes, which no run-length coding brings below this many characters.
 constexpr uint32_t minShortLine = 8;
 
-} // namespace
+}  // namespace
 
 int Line::value(unsigned char c) { return table[c]; }
 
@@ -35,4 +35,4 @@ bool Line::isFirstBinHexLine(const char* text, uint32_t length) {
     return false;
 }
 
-} // namespace algorithm::hqx
+}  // namespace algorithm::hqx

@@ -21,4 +21,4 @@ public:
     static constexpr char alphabet[] = "!\"#$%&'()*+,-012345689@ABCDEFGHIJKLMNPQRSTUVXYZ[`abcdefhijklmpqr";
 };
 
-} // namespace algorithm::hqx
+}  // namespace algorithm::hqx

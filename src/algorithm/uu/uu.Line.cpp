@@ -15,4 +15,4 @@ bool uuencodedLine(const char* line, uint32_t length) {
     return present + 2 >= needed && present <= needed + 2;
 }
 
-} // namespace algorithm::uu
+}  // namespace algorithm::uu

@@ -11,4 +11,4 @@ namespace algorithm::uu {
 // strip the trailing spaces of a line.
 bool uuencodedLine(const char* line, uint32_t length);
 
-} // namespace algorithm::uu
+}  // namespace algorithm::uu

@@ -11,9 +11,7 @@ bool Classifier::isDosChar(unsigned char c) {
 
 Classifier::Classifier() : format::Classifier(number::arc, 2000) {}
 
-bool Classifier::recognizes(unsigned offset) const {
-    return offset == 0 && holds(offset, "\x1A");
-}
+bool Classifier::recognizes(unsigned offset) const { return offset == 0 && holds(offset, "\x1A"); }
 
 bool Classifier::confirms(unsigned offset) const {
     if (!within(uint64_t(offset) + 15)) return false;
@@ -26,8 +24,6 @@ bool Classifier::confirms(unsigned offset) const {
     return true;
 }
 
-unsigned Classifier::candidate(unsigned from) const {
-    return headOnly(from);
-}
+unsigned Classifier::candidate(unsigned from) const { return headOnly(from); }
 
-} // namespace format::arc
+}  // namespace format::arc

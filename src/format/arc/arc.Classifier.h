@@ -15,4 +15,4 @@ public:
     static bool isDosChar(unsigned char c);
 };
 
-} // namespace format::arc
+}  // namespace format::arc

@@ -23,7 +23,7 @@ std::string cString(const std::vector<char>& bytes, size_t& at) {
     return text;
 }
 
-} // namespace
+}  // namespace
 
 void ArchiveHeader::read(stream::Input& in, bool strict) {
     valid_ = false;
@@ -68,7 +68,8 @@ void ArchiveHeader::read(stream::Input& in, bool strict) {
     for (;;) {
         char size[2];
         if (in.read(size, 2) != 2) return fail("truncated header");
-        uint16_t length = static_cast<uint16_t>(static_cast<unsigned char>(size[0]) | static_cast<unsigned char>(size[1]) << 8);
+        uint16_t length =
+            static_cast<uint16_t>(static_cast<unsigned char>(size[0]) | static_cast<unsigned char>(size[1]) << 8);
         if (length == 0) break;
         std::vector<char> block(length + 4u);
         if (in.read(block.data(), static_cast<uint32_t>(block.size())) != block.size()) return fail("truncated header");
@@ -118,4 +119,4 @@ uint32_t ArchiveHeader::size() const {
     return total;
 }
 
-} // namespace format::arj
+}  // namespace format::arj

@@ -53,4 +53,4 @@ private:
     bool valid_ = false;
 };
 
-} // namespace format::arj
+}  // namespace format::arj

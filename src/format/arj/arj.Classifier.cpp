@@ -1,16 +1,14 @@
 #include "format/arj/arj.Classifier.h"
 
 #include "format/arj/arj.ArchiveHeader.h"
-#include "stream/stream.Array.h"
 #include "format/format.Number.h"
+#include "stream/stream.Array.h"
 
 namespace format::arj {
 
 Classifier::Classifier() : format::Classifier(number::arj, 4000) {}
 
-bool Classifier::recognizes(unsigned offset) const {
-    return holds(offset, "\x60\xEA");
-}
+bool Classifier::recognizes(unsigned offset) const { return holds(offset, "\x60\xEA"); }
 
 bool Classifier::confirms(unsigned offset) const {
     stream::ArrayInput in(data->data() + offset, blockSize() - offset);
@@ -19,8 +17,6 @@ bool Classifier::confirms(unsigned offset) const {
     return header.valid();
 }
 
-unsigned Classifier::candidate(unsigned from) const {
-    return find(from, 0x60);
-}
+unsigned Classifier::candidate(unsigned from) const { return find(from, 0x60); }
 
-} // namespace format::arj
+}  // namespace format::arj

@@ -13,4 +13,4 @@ public:
     unsigned candidate(unsigned from) const override;
 };
 
-} // namespace format::bin
+}  // namespace format::bin

@@ -17,7 +17,7 @@ uint16_t crcOf(const char* bytes) {
     return crc.value();
 }
 
-} // namespace
+}  // namespace
 
 void Header::read(stream::Input& in, bool strict) {
     valid_ = false;
@@ -76,4 +76,4 @@ void Header::write(stream::Output& out) const {
     out.write(bytes, 128);
 }
 
-} // namespace format::bin
+}  // namespace format::bin

@@ -58,4 +58,4 @@ private:
     bool crcMatches_ = false;
 };
 
-} // namespace format::bin
+}  // namespace format::bin

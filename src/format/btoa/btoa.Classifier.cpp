@@ -6,9 +6,7 @@ namespace format::btoa {
 
 Classifier::Classifier() : format::Classifier(number::btoa, 4000) {}
 
-bool Classifier::recognizes(unsigned offset) const {
-    return holds(offset, "xbtoa Begin") || holds(offset, "xbtoa5 ");
-}
+bool Classifier::recognizes(unsigned offset) const { return holds(offset, "xbtoa Begin") || holds(offset, "xbtoa5 "); }
 
 bool Classifier::confirms(unsigned offset) const {
     unsigned size = blockSize();
@@ -36,8 +34,6 @@ bool Classifier::confirms(unsigned offset) const {
     return at < size;
 }
 
-unsigned Classifier::candidate(unsigned from) const {
-    return find(from, 'x');
-}
+unsigned Classifier::candidate(unsigned from) const { return find(from, 'x'); }
 
-} // namespace format::btoa
+}  // namespace format::btoa

@@ -13,4 +13,4 @@ public:
     unsigned candidate(unsigned from) const override;
 };
 
-} // namespace format::compact
+}  // namespace format::compact

@@ -6,9 +6,7 @@ namespace format::cpt {
 
 Classifier::Classifier() : format::Classifier(number::cpt, 2000) {}
 
-bool Classifier::recognizes(unsigned offset) const {
-    return offset == 0;
-}
+bool Classifier::recognizes(unsigned offset) const { return offset == 0; }
 
 bool Classifier::confirms(unsigned offset) const {
     if (!within(uint64_t(offset) + 8)) return false;
@@ -17,8 +15,6 @@ bool Classifier::confirms(unsigned offset) const {
     return (b[0] == 1 || b[0] == 2) && b[1] == 1 && directory > 8;
 }
 
-unsigned Classifier::candidate(unsigned from) const {
-    return headOnly(from);
-}
+unsigned Classifier::candidate(unsigned from) const { return headOnly(from); }
 
-} // namespace format::cpt
+}  // namespace format::cpt

@@ -15,8 +15,6 @@ bool Classifier::confirms(unsigned offset) const {
     return true;
 }
 
-unsigned Classifier::candidate(unsigned from) const {
-    return headOnly(from);
-}
+unsigned Classifier::candidate(unsigned from) const { return headOnly(from); }
 
-} // namespace format::freeze
+}  // namespace format::freeze

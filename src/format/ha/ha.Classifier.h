@@ -13,4 +13,4 @@ public:
     unsigned candidate(unsigned from) const override;
 };
 
-} // namespace format::ha
+}  // namespace format::ha

@@ -35,4 +35,4 @@ unsigned Classifier::candidate(unsigned from) const {
     return size;
 }
 
-} // namespace format::hqx
+}  // namespace format::hqx

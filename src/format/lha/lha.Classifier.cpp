@@ -6,9 +6,7 @@ namespace format::lha {
 
 Classifier::Classifier() : format::Classifier(number::lha, 4000) {}
 
-bool Classifier::recognizes(unsigned offset) const {
-    return holds(offset + 2, "-l");
-}
+bool Classifier::recognizes(unsigned offset) const { return holds(offset + 2, "-l"); }
 
 bool Classifier::confirms(unsigned offset) const {
     unsigned size = blockSize();
@@ -37,4 +35,4 @@ unsigned Classifier::candidate(unsigned from) const {
     return at >= blockSize() ? blockSize() : at - 2;
 }
 
-} // namespace format::lha
+}  // namespace format::lha

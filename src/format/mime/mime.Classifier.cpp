@@ -36,4 +36,4 @@ unsigned Classifier::candidate(unsigned from) const {
     return size;
 }
 
-} // namespace format::mime
+}  // namespace format::mime

@@ -11,8 +11,9 @@ public:
     bool recognizes(unsigned offset) const override;
     bool confirms(unsigned offset) const override;
     unsigned candidate(unsigned from) const override;
+
 private:
     bool holdsLower(unsigned offset, const char* pattern) const;
 };
 
-} // namespace format::mime
+}  // namespace format::mime

@@ -6,16 +6,10 @@ namespace format::pack {
 
 Classifier::Classifier() : format::Classifier(number::pack, 1000) {}
 
-bool Classifier::recognizes(unsigned offset) const {
-    return offset == 0 && holds(offset, "\x1F\x1E");
-}
+bool Classifier::recognizes(unsigned offset) const { return offset == 0 && holds(offset, "\x1F\x1E"); }
 
-bool Classifier::confirms(unsigned offset) const {
-    return offset == 0;
-}
+bool Classifier::confirms(unsigned offset) const { return offset == 0; }
 
-unsigned Classifier::candidate(unsigned from) const {
-    return headOnly(from);
-}
+unsigned Classifier::candidate(unsigned from) const { return headOnly(from); }
 
-} // namespace format::pack
+}  // namespace format::pack

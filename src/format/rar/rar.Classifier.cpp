@@ -1,16 +1,14 @@
 #include "format/rar/rar.Classifier.h"
 
+#include "format/format.Number.h"
 #include "format/rar/rar.MarkerHeader.h"
 #include "stream/stream.Array.h"
-#include "format/format.Number.h"
 
 namespace format::rar {
 
 Classifier::Classifier() : format::Classifier(number::rar, 4000) {}
 
-bool Classifier::recognizes(unsigned offset) const {
-    return holds(offset, "Rar!\x1A\x07") || holds(offset, "RE~^");
-}
+bool Classifier::recognizes(unsigned offset) const { return holds(offset, "Rar!\x1A\x07") || holds(offset, "RE~^"); }
 
 bool Classifier::confirms(unsigned offset) const {
     stream::ArrayInput in(data->data() + offset, blockSize() - offset);
@@ -28,4 +26,4 @@ unsigned Classifier::candidate(unsigned from) const {
     return size;
 }
 
-} // namespace format::rar
+}  // namespace format::rar

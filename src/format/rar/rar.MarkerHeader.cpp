@@ -11,7 +11,7 @@ namespace format::rar {
 namespace {
 const char marker[] = {'R', 'a', 'r', '!', 0x1A, 0x07, 0x00};
 const char oldMarker[] = {'R', 'E', '~', '^'};
-} // namespace
+}  // namespace
 
 void MarkerHeader::read(stream::Input& in, bool strict) {
     valid_ = false;
@@ -35,4 +35,4 @@ void MarkerHeader::write(stream::Output& out) const {
         out.write(marker, markerSize);
 }
 
-} // namespace format::rar
+}  // namespace format::rar

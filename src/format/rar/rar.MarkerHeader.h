@@ -28,4 +28,4 @@ private:
     bool old_ = false;
 };
 
-} // namespace format::rar
+}  // namespace format::rar

@@ -24,4 +24,4 @@ void ArchiveHeader::write(stream::Output& out) const {
     be << signature << version << cipher << reserved;
 }
 
-} // namespace format::sv
+}  // namespace format::sv

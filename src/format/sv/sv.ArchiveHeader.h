@@ -30,4 +30,4 @@ private:
     bool complete_ = true;
 };
 
-} // namespace format::sv
+}  // namespace format::sv

@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "format/format.Exception.h"
-#include "stream/stream.Output.h"
 #include "stream/stream.Input.h"
+#include "stream/stream.Output.h"
 
 namespace format::tar {
 
@@ -64,7 +64,7 @@ void putOctal(char* field, size_t length, uint64_t value) {
     field[length - 1] = 0;
 }
 
-} // namespace
+}  // namespace
 
 std::string Header::path() const { return prefix.empty() ? name : prefix + "/" + name; }
 
@@ -138,4 +138,4 @@ void Header::write(stream::Output& out) const {
     out.write(block, 512);
 }
 
-} // namespace format::tar
+}  // namespace format::tar

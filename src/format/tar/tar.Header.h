@@ -54,4 +54,4 @@ private:
     bool zero_ = false;
 };
 
-} // namespace format::tar
+}  // namespace format::tar

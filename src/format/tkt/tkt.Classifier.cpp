@@ -22,4 +22,4 @@ bool Classifier::confirms(unsigned offset) const {
     return header.valid() && (header.version() == 1 || header.version() == 2);
 }
 
-} // namespace format::tkt
+}  // namespace format::tkt

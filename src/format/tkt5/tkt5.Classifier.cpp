@@ -34,4 +34,4 @@ bool Classifier::confirms(unsigned offset) const {
     return true;
 }
 
-} // namespace format::tkt5
+}  // namespace format::tkt5

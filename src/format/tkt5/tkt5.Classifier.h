@@ -13,4 +13,4 @@ public:
     unsigned candidate(unsigned from) const override { return find(from, 'T'); }
 };
 
-} // namespace format::tkt5
+}  // namespace format::tkt5

@@ -13,7 +13,7 @@ uint16_t crcOf(const char* bytes) {
     crc.update(bytes, 10);
     return crc.value();
 }
-} // namespace
+}  // namespace
 
 void ArchiveHeader::read(stream::Input& in, bool strict) {
     valid_ = false;
@@ -39,4 +39,4 @@ void ArchiveHeader::write(stream::Output& out) const {
     out.write(bytes, 12);
 }
 
-} // namespace format::tktseg
+}  // namespace format::tktseg

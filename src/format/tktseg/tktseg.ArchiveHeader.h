@@ -33,4 +33,4 @@ private:
     bool valid_ = false;
 };
 
-} // namespace format::tktseg
+}  // namespace format::tktseg

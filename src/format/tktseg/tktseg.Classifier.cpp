@@ -22,7 +22,7 @@ bool confirmsSegment(const format::Classifier& classifier, bool first) {
     return true;
 }
 
-} // namespace
+}  // namespace
 
 Classifier::Classifier() : format::Classifier(number::tktseg, 3000) {}
 
@@ -36,4 +36,4 @@ bool ClassifierN::recognizes(unsigned offset) const { return offset == 0; }
 
 bool ClassifierN::confirms(unsigned) const { return confirmsSegment(*this, false); }
 
-} // namespace format::tktseg
+}  // namespace format::tktseg

@@ -23,4 +23,4 @@ public:
     unsigned candidate(unsigned from) const override { return headOnly(from); }
 };
 
-} // namespace format::tktseg
+}  // namespace format::tktseg

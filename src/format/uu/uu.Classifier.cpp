@@ -3,18 +3,16 @@
 #include <vector>
 
 #include "algorithm/uu/uu.Line.h"
+#include "format/format.Number.h"
 #include "format/uu/uu.Header.h"
 #include "stream/stream.Array.h"
 #include "stream/stream.LineInput.h"
-#include "format/format.Number.h"
 
 namespace format::uu {
 
 Classifier::Classifier() : format::Classifier(number::uu, 3000) {}
 
-bool Classifier::recognizes(unsigned offset) const {
-    return holds(offset, "begin ");
-}
+bool Classifier::recognizes(unsigned offset) const { return holds(offset, "begin "); }
 
 bool Classifier::confirms(unsigned offset) const {
     stream::ArrayInput in(data->data() + offset, blockSize() - offset);
@@ -27,8 +25,6 @@ bool Classifier::confirms(unsigned offset) const {
     return length > 0 && algorithm::uu::uuencodedLine(line.data(), static_cast<uint32_t>(length));
 }
 
-unsigned Classifier::candidate(unsigned from) const {
-    return find(from, 'b');
-}
+unsigned Classifier::candidate(unsigned from) const { return find(from, 'b'); }
 
-} // namespace format::uu
+}  // namespace format::uu

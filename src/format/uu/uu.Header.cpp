@@ -21,7 +21,7 @@ std::string octalText(uint32_t mode) {
     return text;
 }
 
-} // namespace
+}  // namespace
 
 void Header::read(stream::Input& in, bool strict) {
     valid_ = false;
@@ -55,4 +55,4 @@ void Header::write(stream::Output& out) const {
 
 uint32_t Header::size() const { return static_cast<uint32_t>(6 + octalText(mode).size() + 1 + name.size() + 1); }
 
-} // namespace format::uu
+}  // namespace format::uu

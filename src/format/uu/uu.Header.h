@@ -27,4 +27,4 @@ private:
     bool valid_ = false;
 };
 
-} // namespace format::uu
+}  // namespace format::uu

@@ -34,4 +34,4 @@ bool Classifier::confirms(unsigned offset) const {
     }
 }
 
-} // namespace format::zip
+}  // namespace format::zip

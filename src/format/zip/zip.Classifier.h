@@ -14,4 +14,4 @@ public:
     unsigned candidate(unsigned from) const override { return find(from, 'P'); }
 };
 
-} // namespace format::zip
+}  // namespace format::zip

@@ -111,7 +111,14 @@ public:
     fmhost::Host& host() { return *host_; }
     int32_t initAnswer() const { return initAnswer_; }
     // The questions asked so far: "ChooseFile: <prompt>", "PasswordDialog", ...
-    std::vector<std::string> asked() const { return readLines(dir_ / "log"); }
+    std::vector<std::string> asked() const {
+        std::vector<std::string> questions;
+        for (const std::string& line : readLines(dir_ / "log"))
+            if (line.rfind("Choose", 0) == 0 || line == "PasswordDialog") questions.push_back(line);
+        return questions;
+    }
+    // Everything the plug-in told its UI, progress included.
+    std::vector<std::string> log() const { return readLines(dir_ / "log"); }
 
 private:
     static std::string join(const std::vector<std::string>& lines) {

@@ -9,7 +9,11 @@ trap 'rm -rf "$work"' EXIT
 cp "$samples"/* "$work"/
 
 show() {
-    echo "\$ $*"
+    printf '$'
+    for a in "$@"; do
+        if [[ -z $a || $a =~ [^A-Za-z0-9_./=-] ]]; then printf " '%s'" "$a"; else printf ' %s' "$a"; fi
+    done
+    echo
     (cd "$work" && "$@" 2>&1)
     local status=$?
     [ $status -ne 0 ] && echo "(exit status $status)"

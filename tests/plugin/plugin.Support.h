@@ -26,7 +26,8 @@ public:
         static int serial = 0;
         path_ = std::filesystem::temp_directory_path() /
                 ("cratewerk-test-" + std::to_string(getpidValue()) + "-" + std::to_string(serial++));
-        std::filesystem::remove_all(path_);
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
         std::filesystem::create_directories(path_);
     }
     ~TempDir() {

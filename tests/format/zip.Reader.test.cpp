@@ -468,6 +468,19 @@ TEST(ZipReader, PeerArchivesExpandWithoutFault) {
     }
 }
 
+TEST(ZipReader, NamesOfPeerArchives) {
+    const std::vector<std::pair<const char*, std::vector<std::string>>> cases = {
+        {"zip2-chinese.zip", {"\xE4\xB8\x83\xE4\xB8\xAA\xE6\x88\xBF\xE9\x97\xB4.txt"}},  // UTF-8 flag
+        {"utf8-winzip-test.zip", {"ascii.txt", "\xC3\x96lf\xC3\xA4sser.txt", "\xE2\x82\xAC_for_Dollar.txt"}},
+        {"zip2-non_utf8.zip", {"\xE2\x95\x93\xE2\x95\xA8\xE2\x95\xAC\xE2\x94\x80"}},  // code page 437
+    };
+    for (const auto& [archive, names] : cases) {
+        Scratch scratch;
+        EXPECT_EQ(expand(kData + archive, scratch.out()).message, "");
+        for (const std::string& name : names) EXPECT_TRUE(fs::exists(scratch.out() / name)) << archive << ": " << name;
+    }
+}
+
 TEST(ZipReader, PeerArchivesThatAreRefused) {
     const std::string method = "unsupported compression method in zip reader";
     const std::vector<std::pair<const char*, std::string>> cases = {

@@ -5,6 +5,7 @@
 
 #include <sys/wait.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -150,6 +151,13 @@ TEST_P(MadeByPeers, ExpandLikeUnzip) {
                    scratch.path());
     EXPECT_EQ(tool.status, 0) << tool.err;
     EXPECT_EQ(tree(scratch.path() / "tool"), expected) << "cratewerk";
+    // Dates as unzip sets them, give or take the two-second step of DOS times.
+    for (const auto& [name, bytes] : expected) {
+        if (name.back() == '/') continue;
+        const auto ours = fs::last_write_time(scratch.path() / "tool" / name);
+        const auto theirs = fs::last_write_time(scratch.path() / "reference" / name);
+        EXPECT_LE(std::chrono::abs(ours - theirs), std::chrono::seconds(2)) << name;
+    }
 
     fs::create_directories(scratch.path() / "host");
     const fs::path archive = scratch.path() / "a.zip", host = scratch.path() / "host";

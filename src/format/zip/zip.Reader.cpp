@@ -46,6 +46,43 @@ uint32_t dosSeconds(uint16_t date, uint16_t time) {
     return seconds < 0 ? 0 : static_cast<uint32_t>(seconds);
 }
 
+uint16_t le16(const std::string& s, size_t at) {
+    return static_cast<uint16_t>(static_cast<unsigned char>(s[at]) | static_cast<unsigned char>(s[at + 1]) << 8);
+}
+uint32_t le32(const std::string& s, size_t at) { return le16(s, at) | static_cast<uint32_t>(le16(s, at + 2)) << 16; }
+
+// The exact modification time that Info-ZIP (extended timestamp, 0x5455) or
+// Windows tools (NTFS times, 0x000A) keep in the extra field, where there is
+// one; the DOS time counts in steps of two seconds.
+bool extraTime(const std::string& extra, uint32_t& seconds) {
+    for (size_t at = 0; at + 4 <= extra.size();) {
+        const uint16_t tag = le16(extra, at);
+        const size_t length = le16(extra, at + 2);
+        at += 4;
+        if (length > extra.size() - at) return false;
+        if (tag == 0x5455 && length >= 5 && (extra[at] & 1)) {
+            const int32_t value = static_cast<int32_t>(le32(extra, at + 1));
+            if (value < 0) return false;
+            seconds = static_cast<uint32_t>(value);
+            return true;
+        }
+        if (tag == 0x000A && length >= 32 && le16(extra, at + 4) == 1 && le16(extra, at + 6) >= 24) {
+            const uint64_t fileTime = le32(extra, at + 8) | uint64_t(le32(extra, at + 12)) << 32;
+            const int64_t value = io::Item::seconds(fileTime);
+            if (fileTime < io::Item::epoch1970 || value > 0xFFFFFFFFll) return false;
+            seconds = static_cast<uint32_t>(value);
+            return true;
+        }
+        at += length;
+    }
+    return false;
+}
+
+uint32_t modificationTime(uint16_t date, uint16_t time, const std::string& extra) {
+    uint32_t seconds;
+    return extraTime(extra, seconds) ? seconds : dosSeconds(date, time);
+}
+
 uint32_t clamp(uint64_t value) { return value > 0xFFFFFFFFu ? 0xFFFFFFFFu : static_cast<uint32_t>(value); }
 
 // A folder's name without the slash or slashes that mark it.
@@ -145,7 +182,7 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
             file.unicodeName(name.unicode);
             file.compressedSize(centralHeader_.compressedSize());
             file.expandedSize(centralHeader_.uncompressedSize());
-            file.modificationTime(dosSeconds(centralHeader_.date(), centralHeader_.time()));
+            file.modificationTime(modificationTime(centralHeader_.date(), centralHeader_.time(), centralHeader_.extra()));
             file.encrypted = encrypted;
             owner_.fireFileInfo();
         }
@@ -255,7 +292,7 @@ void Reader::unzipFile(stream::random::Input& input, const FileInfo& info, forma
     file.unicodeName(name.unicode);
     file.compressedSize(header.compressedSize());
     file.expandedSize(header.uncompressedSize());
-    const uint32_t modified = dosSeconds(header.date(), header.time());
+    const uint32_t modified = modificationTime(header.date(), header.time(), header.extra());
     file.modificationTime(modified);
     file.encrypted = (info.flags & encryptedFlag) != 0;
 

@@ -428,17 +428,23 @@ TEST(ZipReader, NamesStayInsideTheOutputFolder) {
 }
 
 TEST(ZipReader, NamesInCodePage437AndUTF8) {
-    // 0x84 is "ä" in code page 437; with the UTF-8 flag the bytes are taken as they are.
-    EXPECT_EQ(engine5::zip::entryName("b\x84r", "", false).local, "b\xC3\xA4r");
-    EXPECT_EQ(engine5::zip::entryName("b\xC3\xA4r", "", true).local, "b\xC3\xA4r");
+    using Name = tuckett5::UnicodeName;
+    // 0x84 is "ä" in code page 437; with the UTF-8 flag the bytes are UTF-8.
+    EXPECT_EQ(engine5::zip::entryName("b\x84r", "", false).unicode, (Name{'b', 0xE4, 'r'}));
+    EXPECT_EQ(engine5::zip::entryName("b\xC3\xA4r", "", true).unicode, (Name{'b', 0xE4, 'r'}));
     EXPECT_EQ(engine5::zip::entryName("\xE2\x82\xAC/\xF0\x9F\x98\x80", "", true).unicode,
-              (tuckett5::UnicodeName{0x20AC, '/', 0xD83D, 0xDE00}));
-    EXPECT_EQ(engine5::zip::entryName("a\xFF\xC0z", "", true).local, "a__z");
+              (Name{0x20AC, '/', 0xD83D, 0xDE00}));
+    EXPECT_EQ(engine5::zip::entryName("a\xFF\xC0z\xE2\x82", "", true).unicode, (Name{'a', '_', '_', 'z', '_', '_'}));
     // An Info-ZIP Unicode path field counts only while its check value matches the stored name.
     std::string field = std::string("\x75\x70\x09\x00\x01", 5) + "0000" + "b\xC3\xA4r";
     put32(field, 5, crcOf("b?r"));
-    EXPECT_EQ(engine5::zip::entryName("b?r", field, false).local, "b\xC3\xA4r");
-    EXPECT_EQ(engine5::zip::entryName("bxr", field, false).local, "bxr");
+    EXPECT_EQ(engine5::zip::entryName("b?r", field, false).unicode, (Name{'b', 0xE4, 'r'}));
+    EXPECT_EQ(engine5::zip::entryName("bxr", field, false).unicode, (Name{'b', 'x', 'r'}));
+#ifndef _WIN32
+    // Here the engine's 8-bit form is UTF-8.
+    EXPECT_EQ(engine5::zip::entryName("b\x84r", "", false).local, "b\xC3\xA4r");
+    EXPECT_EQ(engine5::zip::entryName("\xF0\x9F\x98\x80", "", true).local, "\xF0\x9F\x98\x80");
+#endif
 }
 
 // ---------------------------------------------------------------------------
@@ -468,6 +474,7 @@ TEST(ZipReader, PeerArchivesExpandWithoutFault) {
     }
 }
 
+#ifndef _WIN32
 TEST(ZipReader, NamesOfPeerArchives) {
     const std::vector<std::pair<const char*, std::vector<std::string>>> cases = {
         {"zip2-chinese.zip", {"\xE4\xB8\x83\xE4\xB8\xAA\xE6\x88\xBF\xE9\x97\xB4.txt"}},  // UTF-8 flag
@@ -480,6 +487,8 @@ TEST(ZipReader, NamesOfPeerArchives) {
         for (const std::string& name : names) EXPECT_TRUE(fs::exists(scratch.out() / name)) << archive << ": " << name;
     }
 }
+
+#endif
 
 TEST(ZipReader, PeerArchivesThatAreRefused) {
     const std::string method = "unsupported compression method in zip reader";
@@ -537,7 +546,12 @@ TEST(ZipReaderDamage, RandomByteFlips) {
     std::mt19937 random(20261121);
     const std::vector<std::string> samples = {damageSample(), readFile(kData + "bla.zip"),
                                               readFile(kData + "zip2-implode.zip")};
-    for (int round = 0; round < 1200; ++round) {
+    #ifdef _WIN32
+    const int rounds = 300;  // files are slow to make under the emulator
+#else
+    const int rounds = 1200;
+#endif
+    for (int round = 0; round < rounds; ++round) {
         std::string bytes = samples[round % samples.size()];
         const int flips = 1 + static_cast<int>(random() % 4);
         for (int i = 0; i < flips; ++i) bytes[random() % bytes.size()] ^= static_cast<char>(1 + random() % 255);

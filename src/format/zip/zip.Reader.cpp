@@ -93,12 +93,12 @@ std::string folderName(std::string name) {
 
 } // namespace
 
-Reader::Reader(uint32_t position, tuckett5::Reader& reader) : FormatReader(position, reader), owner_(reader) {}
+Reader::Reader(uint32_t position, tuckett5::Reader& reader) : FormatReader(position, reader) {}
 
 Reader::~Reader() = default;
 
 uint64_t Reader::locateDirectory(stream::random::Input& input, uint64_t offset) {
-    const uint64_t archiveOffset = owner_.archiveInfo.position;
+    const uint64_t archiveOffset = reader.archiveInfo.position;
     const uint64_t tries[2] = {archiveOffset + offset, offset};
     for (int i = 0; i < (archiveOffset == 0 ? 1 : 2); ++i) {
         try {
@@ -112,7 +112,7 @@ uint64_t Reader::locateDirectory(stream::random::Input& input, uint64_t offset) 
 }
 
 void Reader::locateLocalHeader(stream::random::Input& input, uint64_t offset, format::zip::LocalHeader& header) {
-    const uint64_t archiveOffset = owner_.archiveInfo.position;
+    const uint64_t archiveOffset = reader.archiveInfo.position;
     const uint64_t tries[2] = {archiveOffset + offset, offset};
     for (int i = 0; i < (archiveOffset == 0 ? 1 : 2); ++i) {
         try {
@@ -126,13 +126,13 @@ void Reader::locateLocalHeader(stream::random::Input& input, uint64_t offset, fo
 }
 
 void Reader::scan(stream::random::Input& input, io::random::File&) {
-    tuckett5::ArchiveInfo& archive = owner_.archiveInfo;
+    tuckett5::ArchiveInfo& archive = reader.archiveInfo;
     archive.reset();
 
     const uint64_t located = endHeader_.locate(input);
     if (located == notFound) throw format::Exception("bad header artfact in format::zip::EndHeader::read()");
     endOffset = clamp(located);
-    owner_.fireProgressScanBegin();
+    reader.fireProgressScanBegin();
     if (endOffset != 0) {
         input.seek(endOffset);
         endHeader_.read(input, true);
@@ -140,8 +140,8 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
     // An empty archive has no directory to find, with or without a prefix.
     if (endOffset == 0 || endHeader_.entries() == 0) {
         endHeader_.entries(0);
-        owner_.fireProgressScanEnd();
-        owner_.fireArchiveInfo();
+        reader.fireProgressScanEnd();
+        reader.fireArchiveInfo();
         return;
     }
 
@@ -159,7 +159,7 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
     bool sameRoot = true;
     bool fileAtRoot = false;
     for (uint32_t i = 0; i < endHeader_.entries(); ++i) {
-        owner_.fireProgressScanStep();
+        reader.fireProgressScanStep();
         centralHeader_.read(input, false);
         if (!centralHeader_.valid()) throw BadFormat("invalid central header in zip reader");
         const bool encrypted = (centralHeader_.flags() & encryptedFlag) != 0;
@@ -171,12 +171,12 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
         if (folder) {
             name.local = folderName(name.local);
             while (!name.unicode.empty() && name.unicode.back() == '/') name.unicode.pop_back();
-            owner_.folderInfo.reset();
-            owner_.folderInfo.name = name.local;
-            owner_.folderInfo.unicodeName(name.unicode);
-            owner_.fireFolderInfo();
+            reader.folderInfo.reset();
+            reader.folderInfo.name = name.local;
+            reader.folderInfo.unicodeName(name.unicode);
+            reader.fireFolderInfo();
         } else {
-            tuckett5::FileInfo& file = owner_.fileInfo;
+            tuckett5::FileInfo& file = reader.fileInfo;
             file.reset();
             file.name = name.local;
             file.unicodeName(name.unicode);
@@ -184,7 +184,7 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
             file.expandedSize(centralHeader_.uncompressedSize());
             file.modificationTime(modificationTime(centralHeader_.date(), centralHeader_.time(), centralHeader_.extra()));
             file.encrypted = encrypted;
-            owner_.fireFileInfo();
+            reader.fireFileInfo();
         }
 
         // The first component of the name as it will be written decides
@@ -204,7 +204,7 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
     archive.expandedSize(clamp(expanded));
     archive.compressedSize(clamp(compressed));
 
-    owner_.fireProgressScanEnd();
+    reader.fireProgressScanEnd();
     endHeader_.read(input, false);
     if (!endHeader_.valid()) throw BadFormat("invalid signature at the end of the central directory in zip reader");
 
@@ -212,22 +212,22 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
     // folder; anything else gets one, which an empty root name asks for.
     const bool single = sameRoot && !root.empty() && (!fileAtRoot || archive.fileCount == 1);
     archive.rootName = single ? root : std::string();
-    owner_.fireArchiveInfo();
+    reader.fireArchiveInfo();
 }
 
 void Reader::decode(stream::random::Input& input, io::random::File&) {
-    owner_.fireArchiveDecodeBegin();
-    owner_.fireProgressSizeBegin(owner_.archiveInfo.expandedSize());
-    owner_.fireProgressFilesBegin(owner_.archiveInfo.fileCount);
+    reader.fireArchiveDecodeBegin();
+    reader.fireProgressSizeBegin(reader.archiveInfo.expandedSize());
+    reader.fireProgressFilesBegin(reader.archiveInfo.fileCount);
     itemsDone_ = 0;
-    owner_.fireProgressFilesMove(0);
+    reader.fireProgressFilesMove(0);
 
     decodeAll(input);
 
-    owner_.fireProgressSizeEnd();
-    owner_.fireProgressFilesEnd();
-    owner_.fireArchiveDecodeEnd();
-    owner_.nextPosition = clamp(uint64_t(endOffset) + endHeader_.size());
+    reader.fireProgressSizeEnd();
+    reader.fireProgressFilesEnd();
+    reader.fireArchiveDecodeEnd();
+    reader.nextPosition = clamp(uint64_t(endOffset) + endHeader_.size());
 }
 
 void Reader::decodeAll(stream::random::Input& input) {
@@ -282,11 +282,11 @@ void Reader::unzipAll(stream::random::Input& input) {
     }
 }
 
-void Reader::itemDone() { owner_.fireProgressFilesMove(++itemsDone_); }
+void Reader::itemDone() { reader.fireProgressFilesMove(++itemsDone_); }
 
 void Reader::unzipFile(stream::random::Input& input, const FileInfo& info, format::zip::LocalHeader& header) {
     const EntryName name = entryName(header.name(), header.extra(), (header.flags() & utf8Flag) != 0);
-    tuckett5::FileInfo& file = owner_.fileInfo;
+    tuckett5::FileInfo& file = reader.fileInfo;
     file.reset();
     file.name = name.local;
     file.unicodeName(name.unicode);
@@ -298,7 +298,7 @@ void Reader::unzipFile(stream::random::Input& input, const FileInfo& info, forma
 
     // A name with nothing left once the parts that could leave the output
     // folder are dropped has no place to go.
-    if (!owner_.fireFileDecodeBegin(header.uncompressedSize()) || io::safeComponents(name.local).empty()) {
+    if (!reader.fireFileDecodeBegin(header.uncompressedSize()) || io::safeComponents(name.local).empty()) {
         count_ += header.compressedSize();
         itemDone();
         return;
@@ -312,7 +312,7 @@ void Reader::unzipFile(stream::random::Input& input, const FileInfo& info, forma
         unzipFileData(input, out, header, info);
     }
     itemDone();
-    owner_.fireFileDecodeEnd();
+    reader.fireFileDecodeEnd();
     output.close();
     output.modificationTime(modified);
     output.win32Attributes(info.attributes);
@@ -323,24 +323,24 @@ void Reader::unzipFolder(const FileInfo&, format::zip::LocalHeader& header) {
     const EntryName name = entryName(header.name(), header.extra(), (header.flags() & utf8Flag) != 0);
     tuckett5::UnicodeName unicode = name.unicode;
     while (!unicode.empty() && unicode.back() == '/') unicode.pop_back();
-    owner_.folderInfo.reset();
-    owner_.folderInfo.name = folderName(name.local);
-    owner_.folderInfo.unicodeName(unicode);
-    owner_.fireFolderDecodeBegin(0);
+    reader.folderInfo.reset();
+    reader.folderInfo.name = folderName(name.local);
+    reader.folderInfo.unicodeName(unicode);
+    reader.fireFolderDecodeBegin(0);
 
-    if (!io::safeComponents(owner_.folderInfo.name).empty()) {
-        std::string path = preprocessName(owner_.folderInfo.name);
+    if (!io::safeComponents(reader.folderInfo.name).empty()) {
+        std::string path = preprocessName(reader.folderInfo.name);
         // A folder that this run made already, for a file inside it or by an
         // earlier entry of the same name, is used as it is.
         if (!(io::Path::exists(path) && io::Path::directory(path))) createOutputFolder(path, defaultTries);
     }
     itemDone();
-    owner_.fireFolderDecodeEnd();
+    reader.fireFolderDecodeEnd();
 }
 
 void Reader::unzipFileData(stream::random::Input& input, stream::Output& output, format::zip::LocalHeader& header,
                            const FileInfo& info) {
-    std::unique_ptr<MethodReader> method = MethodReader::make(header.method(), header.flags(), owner_);
+    std::unique_ptr<MethodReader> method = MethodReader::make(header.method(), header.flags(), reader);
     if (!method) throw UnsupportedMethod("zip reader encountered a file with an unsupported compression method");
     method->count = count_;
     method->compressedLimit(header.compressedSize());
@@ -351,7 +351,7 @@ void Reader::unzipFileData(stream::random::Input& input, stream::Output& output,
     } else {
         const uint32_t packed = header.compressedSize();
         method->compressedLimit(packed >= encryptionHeaderSize ? packed - encryptionHeaderSize : 0);
-        algorithm::zipcrypt::Cipher cipher(owner_.password);
+        algorithm::zipcrypt::Cipher cipher(reader.password);
         format::zip::EncryptionHeader encryption(cipher);
         // With a data descriptor the CRC was not known when the header was
         // written, so the check byte comes from the time instead.

@@ -54,7 +54,6 @@ private:
                        const FileInfo& info);
     void itemDone();
 
-    tuckett5::Reader& owner_;
     uint64_t count_ = 0; // bytes done, the base of the progress events
     uint32_t itemsDone_ = 0;
     format::zip::CentralHeader centralHeader_;

@@ -50,8 +50,8 @@ struct Entry {
     std::string name;
     std::string data;
     std::string password = "";  // empty: not encrypted
-    bool descriptor = false;  // sizes and CRC behind the data, zero in the local header
-    uint16_t method = 0;      // only the records say so; the data is always stored
+    bool descriptor = false;    // sizes and CRC behind the data, zero in the local header
+    uint16_t method = 0;        // only the records say so; the data is always stored
     uint16_t versionNeeded = 10;
 };
 
@@ -244,8 +244,8 @@ class Expands : public ::testing::TestWithParam<GoodCase> {};
 TEST_P(Expands, ToExactlyTheStoredFiles) {
     const GoodCase& c = GetParam();
     Scratch scratch;
-    Outcome outcome = expand(scratch.archive(build(c.entries, c.prefix, c.adjusted, c.comment).bytes), scratch.out(),
-                             "secret");
+    Outcome outcome =
+        expand(scratch.archive(build(c.entries, c.prefix, c.adjusted, c.comment).bytes), scratch.out(), "secret");
     EXPECT_EQ(outcome.message, "") << outcome.kind;
     EXPECT_EQ(tree(scratch.out()), c.expected);
     EXPECT_EQ(outcome.rootName, c.rootName);
@@ -263,7 +263,12 @@ INSTANTIATE_TEST_SUITE_P(
                  "",
                  false,
                  "a comment with PK\x05\x06 inside",
-                 {{"d/", ""}, {"d/a.txt", "alpha"}, {"d/e/", ""}, {"d/e/empty", ""}, {"d/f/", ""}, {"d/f/g/", ""},
+                 {{"d/", ""},
+                  {"d/a.txt", "alpha"},
+                  {"d/e/", ""},
+                  {"d/e/empty", ""},
+                  {"d/f/", ""},
+                  {"d/f/g/", ""},
                   {"d/f/g/deep", "deep"}},
                  "d"},
         GoodCase{"filesFirst",
@@ -274,7 +279,8 @@ INSTANTIATE_TEST_SUITE_P(
                  {{"d/", ""}, {"d/e/", ""}, {"d/e/x", "x"}},
                  "d"},
         GoodCase{"twoRoots", {{"a", "1"}, {"b/c", "2"}}, "", false, "", {{"a", "1"}, {"b/", ""}, {"b/c", "2"}}, ""},
-        GoodCase{"prefixed", {{"p.txt", "prefixed"}, {"q", ""}}, sfx, false, "", {{"p.txt", "prefixed"}, {"q", ""}}, ""},
+        GoodCase{
+            "prefixed", {{"p.txt", "prefixed"}, {"q", ""}}, sfx, false, "", {{"p.txt", "prefixed"}, {"q", ""}}, ""},
         GoodCase{"prefixedAdjusted", {{"p.txt", "adjusted"}}, sfx, true, "", {{"p.txt", "adjusted"}}, "p.txt"},
         GoodCase{"descriptor",
                  {{"x/1", std::string(70000, 'z'), "", true}, {"x/2", "two", "", true}},
@@ -357,7 +363,9 @@ public:
     bool archiveDecodeBeginEvent() override { return note("decodeBegin"); }
     void archiveDecodeEndEvent() override { note("decodeEnd"); }
     bool archiveInfoEvent() override { return note("archive"); }
-    bool fileDecodeBeginEvent(uint32_t size) override { return note("file " + reader_.fileInfo.name + " " + std::to_string(size)); }
+    bool fileDecodeBeginEvent(uint32_t size) override {
+        return note("file " + reader_.fileInfo.name + " " + std::to_string(size));
+    }
     void fileDecodeEndEvent() override { note("fileEnd"); }
     bool fileInfoEvent() override { return note("info " + reader_.fileInfo.name); }
     bool folderDecodeBeginEvent(uint32_t) override { return note("folder " + reader_.folderInfo.name); }
@@ -447,7 +455,10 @@ INSTANTIATE_TEST_SUITE_P(
     Zip, Refuses,
     ::testing::Values(
         BadCase{"multiDisk",
-                [] { return patched([](Built& b) { put16(b.bytes, b.endOffset + 4, 1), put16(b.bytes, b.endOffset + 6, 1); }); },
+                [] {
+                    return patched(
+                        [](Built& b) { put16(b.bytes, b.endOffset + 4, 1), put16(b.bytes, b.endOffset + 6, 1); });
+                },
                 "Unsupported format", "expansion of segmented multi-part archives not supported by zip reader"},
         BadCase{"multiDiskElsewhere",
                 [] {
@@ -457,35 +468,52 @@ INSTANTIATE_TEST_SUITE_P(
                     });
                 },
                 "Unsupported format", "expansion of segmented multi-part archives not supported by zip reader"},
-        BadCase{"directoryPastTheEnd", [] { return patched([](Built& b) { put32(b.bytes, b.endOffset + 16, 0x7FFFFFF0); }); },
-                "Bad format", kLocate},
+        BadCase{"directoryPastTheEnd",
+                [] { return patched([](Built& b) { put32(b.bytes, b.endOffset + 16, 0x7FFFFFF0); }); }, "Bad format",
+                kLocate},
         BadCase{"moreEntriesThanThere", [] { return patched([](Built& b) { put16(b.bytes, b.endOffset + 10, 3); }); },
                 "Bad format", "invalid central header in zip reader"},
         BadCase{"fewerEntriesThanThere", [] { return patched([](Built& b) { put16(b.bytes, b.endOffset + 10, 1); }); },
                 "Bad format", "invalid signature at the end of the central directory in zip reader"},
-        BadCase{"localOffsetWrong",
-                [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + 42, 7); }); },
+        BadCase{"localOffsetWrong", [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + 42, 7); }); },
                 "Bad format", "cannot locate a local header in zip reader"},
         BadCase{"localMethodTooHigh",
-                [] { return patched([](Built& b) { put16(b.bytes, b.localOffsets[1] + 8, 12); }); },
-                "Bad format", "bad local header in zip reader"},
-        BadCase{"localMethod7",
-                [] { return patched([](Built& b) { put16(b.bytes, b.localOffsets[0] + 8, 7); }); },
+                [] { return patched([](Built& b) { put16(b.bytes, b.localOffsets[1] + 8, 12); }); }, "Bad format",
+                "bad local header in zip reader"},
+        BadCase{"localMethod7", [] { return patched([](Built& b) { put16(b.bytes, b.localOffsets[0] + 8, 7); }); },
                 "Unsupported method", "zip reader encountered a file with an unsupported compression method"},
-        BadCase{"method7", [] { return build({{"t", "x", "", false, 7}}).bytes; }, "Unsupported method",
-                "unsupported compression method in zip reader"},
-        BadCase{"method9", [] { return build({{"t", "x", "", false, 9}}).bytes; }, "Unsupported method",
-                "unsupported compression method in zip reader"},
-        BadCase{"method99", [] { return build({{"t", "x", "pw", false, 99}}).bytes; }, "Unsupported method",
-                "unsupported compression method in zip reader", "pw"},
-        BadCase{"version45", [] { return build({{"t", "x", "", false, 8, 45}}).bytes; }, "Unsupported method",
-                "unsupported compression method in zip reader"},
+        BadCase{"method7",
+                [] {
+                    return build({{"t", "x", "", false, 7}}).bytes;
+                },
+                "Unsupported method", "unsupported compression method in zip reader"},
+        BadCase{"method9",
+                [] {
+                    return build({{"t", "x", "", false, 9}}).bytes;
+                },
+                "Unsupported method", "unsupported compression method in zip reader"},
+        BadCase{"method99",
+                [] {
+                    return build({{"t", "x", "pw", false, 99}}).bytes;
+                },
+                "Unsupported method", "unsupported compression method in zip reader", "pw"},
+        BadCase{"version45",
+                [] {
+                    return build({{"t", "x", "", false, 8, 45}}).bytes;
+                },
+                "Unsupported method", "unsupported compression method in zip reader"},
         BadCase{"badCrc", [] { return patched([](Built& b) { b.bytes[b.localOffsets[1] + 30 + 5] ^= 1; }); },
                 "Bad data", "CRC mismatch in zip reader; data is invalid"},
-        BadCase{"wrongPassword", [] { return build({{"t", "text", "right"}}).bytes; }, "format",
-                "bad password in format::zip::EncryptionHeader::read()", "wrong"},
-        BadCase{"noPassword", [] { return build({{"t", "text", "right", true}}).bytes; }, "format",
-                "bad password in format::zip::EncryptionHeader::read()"},
+        BadCase{"wrongPassword",
+                [] {
+                    return build({{"t", "text", "right"}}).bytes;
+                },
+                "format", "bad password in format::zip::EncryptionHeader::read()", "wrong"},
+        BadCase{"noPassword",
+                [] {
+                    return build({{"t", "text", "right", true}}).bytes;
+                },
+                "format", "bad password in format::zip::EncryptionHeader::read()"},
         BadCase{"noEndRecord", [] { return std::string("PK\x03\x04", 4) + std::string(60, '\0'); }, "format",
                 "bad header artfact in format::zip::EndHeader::read()"}),
     [](const ::testing::TestParamInfo<BadCase>& info) { return std::string(info.param.title); });
@@ -495,9 +523,9 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(ZipReader, NamesStayInsideTheOutputFolder) {
     Scratch scratch;
-    const std::vector<Entry> entries = {{"../up.txt", "1"},     {"/abs.txt", "2"},   {"C:\\drive.txt", "3"},
-                                        {"a/../../x.txt", "4"}, {"..\\win.txt", "5"}, {"../", ""},
-                                        {"..", "6"},            {"./.././b/c", "7"}};
+    const std::vector<Entry> entries = {
+        {"../up.txt", "1"}, {"/abs.txt", "2"}, {"C:\\drive.txt", "3"}, {"a/../../x.txt", "4"}, {"..\\win.txt", "5"},
+        {"../", ""},        {"..", "6"},       {"./.././b/c", "7"}};
     Outcome outcome = expand(scratch.archive(build(entries).bytes), scratch.out());
     EXPECT_EQ(outcome.message, "");
     // Nothing beside the output folder and the archive.
@@ -633,7 +661,7 @@ TEST(ZipReaderDamage, RandomByteFlips) {
     std::mt19937 random(20261121);
     const std::vector<std::string> samples = {damageSample(), readFile(kData + "bla.zip"),
                                               readFile(kData + "zip2-implode.zip")};
-    #ifdef _WIN32
+#ifdef _WIN32
     const int rounds = 300;  // files are slow to make under the emulator
 #else
     const int rounds = 1200;
@@ -646,4 +674,4 @@ TEST(ZipReaderDamage, RandomByteFlips) {
     }
 }
 
-} // namespace
+}  // namespace

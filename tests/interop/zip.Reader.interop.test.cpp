@@ -38,7 +38,9 @@ std::string quote(const std::string& s) {
     return q + "'";
 }
 
-bool have(const std::string& program) { return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0; }
+bool have(const std::string& program) {
+    return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0;
+}
 
 struct Ran {
     int status;
@@ -48,8 +50,8 @@ struct Ran {
 
 Ran run(const std::string& command, const fs::path& scratch) {
     const fs::path out = scratch / "stdout.txt", err = scratch / "stderr.txt";
-    int raw = std::system(("cd " + quote(scratch.string()) + " && (" + command + ") </dev/null >" + quote(out.string()) +
-                           " 2>" + quote(err.string()))
+    int raw = std::system(("cd " + quote(scratch.string()) + " && (" + command + ") </dev/null >" +
+                           quote(out.string()) + " 2>" + quote(err.string()))
                               .c_str());
     Ran r{WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err)};
     fs::remove(out);
@@ -105,20 +107,22 @@ void makeSources(const fs::path& at) {
 // Python writes with zipfile; `unseekable` hides seek and tell from it, so
 // that it writes data descriptors.
 std::string python(const std::string& compression, bool unseekable) {
-    return "python3 -c " + quote("import os, zipfile\n"
-                                 "class Pipe:\n"
-                                 "    def __init__(self, f): self.f = f\n"
-                                 "    def write(self, b): return self.f.write(b)\n"
-                                 "    def flush(self): self.f.flush()\n"
-                                 "with open('a.zip', 'wb') as f:\n"
-                                 "    z = zipfile.ZipFile(" +
-                                 std::string(unseekable ? "Pipe(f)" : "f") + ", 'w', zipfile." + compression +
-                                 ")\n"
-                                 "    for folder, dirs, files in os.walk('src/top'):\n"
-                                 "        name = os.path.relpath(folder, 'src')\n"
-                                 "        z.write(folder, name)\n"
-                                 "        for file in files: z.write(os.path.join(folder, file), os.path.join(name, file))\n"
-                                 "    z.close()\n");
+    return "python3 -c " +
+           quote(
+               "import os, zipfile\n"
+               "class Pipe:\n"
+               "    def __init__(self, f): self.f = f\n"
+               "    def write(self, b): return self.f.write(b)\n"
+               "    def flush(self): self.f.flush()\n"
+               "with open('a.zip', 'wb') as f:\n"
+               "    z = zipfile.ZipFile(" +
+               std::string(unseekable ? "Pipe(f)" : "f") + ", 'w', zipfile." + compression +
+               ")\n"
+               "    for folder, dirs, files in os.walk('src/top'):\n"
+               "        name = os.path.relpath(folder, 'src')\n"
+               "        z.write(folder, name)\n"
+               "        for file in files: z.write(os.path.join(folder, file), os.path.join(name, file))\n"
+               "    z.close()\n");
 }
 
 struct Case {
@@ -236,10 +240,8 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"multiDisk", "head -c 300000 /dev/urandom > src/top/big && cd src && zip -q -r -s 64k ../a.zip top", "",
                 "expansion of segmented multi-part archives not supported by zip reader"},
         Refusal{"zip64FromPipe", "seq 1 1000 | zip -q - - | cat > a.zip", "", kMethod},
-        Refusal{"method7", "", "moby.zip", kMethod},
-        Refusal{"method9", "", "lorem-ipsum-deflate64.zip", kMethod},
-        Refusal{"method12", "", "bzip2-zip.zip", kMethod},
-        Refusal{"method99", "", "zip2-aes_archive.zip", kMethod},
+        Refusal{"method7", "", "moby.zip", kMethod}, Refusal{"method9", "", "lorem-ipsum-deflate64.zip", kMethod},
+        Refusal{"method12", "", "bzip2-zip.zip", kMethod}, Refusal{"method99", "", "zip2-aes_archive.zip", kMethod},
         Refusal{"wrongPassword", "", "password-encrypted.zip", "bad password in format::zip::EncryptionHeader::read()"},
         Refusal{"wrongPasswordMadeByZip", "cd src && zip -q -r -P right ../a.zip top", "",
                 "bad password in format::zip::EncryptionHeader::read()"}),
@@ -266,4 +268,4 @@ TEST(LegacyPeers, ExpandToTheirKnownContents) {
     }
 }
 
-} // namespace
+}  // namespace

@@ -59,4 +59,4 @@ std::unique_ptr<MethodReader> MethodReader::make(int method, uint16_t flags, tuc
     }
 }
 
-} // namespace engine5::zip
+}  // namespace engine5::zip

@@ -116,7 +116,8 @@ protected:
 
 private:
     // The window is large; it lives on the heap.
-    std::unique_ptr<algorithm::deflate::Decompressor> decompressor_ = std::make_unique<algorithm::deflate::Decompressor>();
+    std::unique_ptr<algorithm::deflate::Decompressor> decompressor_ =
+        std::make_unique<algorithm::deflate::Decompressor>();
 };
 
-} // namespace engine5::zip
+}  // namespace engine5::zip

@@ -37,7 +37,7 @@ bool unicodePath(const std::string& stored, const std::string& extra, std::strin
     return false;
 }
 
-} // namespace
+}  // namespace
 
 tuckett5::UnicodeName decodeUTF8(const std::string& text) {
     tuckett5::UnicodeName result;
@@ -70,12 +70,14 @@ tuckett5::UnicodeName decodeUTF8(const std::string& text) {
                 break;
             }
             const unsigned char next = static_cast<unsigned char>(text[i + k]);
-            if ((next & 0xC0) != 0x80) good = false;
-            else c = c << 6 | (next & 0x3F);
+            if ((next & 0xC0) != 0x80)
+                good = false;
+            else
+                c = c << 6 | (next & 0x3F);
         }
         // Overlong forms, surrogates and values above U+10FFFF are refused.
-        if (good && ((need == 2 && c < 0x800) || (need == 3 && (c < 0x10000 || c > 0x10FFFF)) ||
-                     (c >= 0xD800 && c <= 0xDFFF)))
+        if (good &&
+            ((need == 2 && c < 0x800) || (need == 3 && (c < 0x10000 || c > 0x10FFFF)) || (c >= 0xD800 && c <= 0xDFFF)))
             good = false;
         if (!good) {
             result.push_back('_');
@@ -108,4 +110,4 @@ EntryName entryName(const std::string& stored, const std::string& extra, bool ut
     return name;
 }
 
-} // namespace engine5::zip
+}  // namespace engine5::zip

@@ -26,4 +26,4 @@ tuckett5::UnicodeName decodeUTF8(const std::string& text);
 // Windows (a character that it lacks becomes '_').
 std::string localName(const tuckett5::UnicodeName& name);
 
-} // namespace engine5::zip
+}  // namespace engine5::zip

@@ -32,4 +32,4 @@ std::string localName(const tuckett5::UnicodeName& name) {
     return text;
 }
 
-} // namespace engine5::zip
+}  // namespace engine5::zip

@@ -15,4 +15,4 @@ std::string localName(const tuckett5::UnicodeName& name) {
     return local;
 }
 
-} // namespace engine5::zip
+}  // namespace engine5::zip

@@ -91,7 +91,7 @@ std::string folderName(std::string name) {
     return name;
 }
 
-} // namespace
+}  // namespace
 
 Reader::Reader(uint32_t position, tuckett5::Reader& reader) : FormatReader(position, reader) {}
 
@@ -165,8 +165,8 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
         const bool encrypted = (centralHeader_.flags() & encryptedFlag) != 0;
         if (encrypted) archive.encrypted = true;
 
-        EntryName name = entryName(centralHeader_.name(), centralHeader_.extra(),
-                                   (centralHeader_.flags() & utf8Flag) != 0);
+        EntryName name =
+            entryName(centralHeader_.name(), centralHeader_.extra(), (centralHeader_.flags() & utf8Flag) != 0);
         const bool folder = !centralHeader_.name().empty() && centralHeader_.name().back() == '/';
         if (folder) {
             name.local = folderName(name.local);
@@ -182,7 +182,8 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
             file.unicodeName(name.unicode);
             file.compressedSize(centralHeader_.compressedSize());
             file.expandedSize(centralHeader_.uncompressedSize());
-            file.modificationTime(modificationTime(centralHeader_.date(), centralHeader_.time(), centralHeader_.extra()));
+            file.modificationTime(
+                modificationTime(centralHeader_.date(), centralHeader_.time(), centralHeader_.extra()));
             file.encrypted = encrypted;
             reader.fireFileInfo();
         }
@@ -191,8 +192,10 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
         // whether the archive has a single root.
         const std::vector<std::string> components = io::safeComponents(name.local);
         const std::string first = components.empty() ? std::string() : components.front();
-        if (i == 0) root = first;
-        else if (first != root) sameRoot = false;
+        if (i == 0)
+            root = first;
+        else if (first != root)
+            sameRoot = false;
         if (components.size() <= 1 && !folder) fileAtRoot = true;
 
         ++archive.fileCount;
@@ -365,4 +368,4 @@ void Reader::unzipFileData(stream::random::Input& input, stream::Output& output,
     if (method->crc() != header.crc()) throw BadData("CRC mismatch in zip reader; data is invalid");
 }
 
-} // namespace engine5::zip
+}  // namespace engine5::zip

@@ -13,18 +13,18 @@
 namespace stream {
 class Input;
 class Output;
-}
+}  // namespace stream
 
 namespace engine5::zip {
 
 // One entry between the directory pass and the expansion pass.
 struct FileInfo {
-    uint32_t offset = 0; // of the local header
+    uint32_t offset = 0;  // of the local header
     uint32_t compressedSize = 0;
     uint32_t uncompressedSize = 0;
     uint32_t crc = 0;
     uint16_t attributes = 0;
-    uint16_t flags = 0; // of the central header: bit 0 says encrypted
+    uint16_t flags = 0;  // of the central header: bit 0 says encrypted
     // The POSIX mode bits of an entry made on Unix, else 0.
     uint32_t permissions = 0;
 };
@@ -54,7 +54,7 @@ private:
                        const FileInfo& info);
     void itemDone();
 
-    uint64_t count_ = 0; // bytes done, the base of the progress events
+    uint64_t count_ = 0;  // bytes done, the base of the progress events
     uint32_t itemsDone_ = 0;
     format::zip::CentralHeader centralHeader_;
     format::zip::EndHeader endHeader_;
@@ -63,4 +63,4 @@ private:
     std::vector<std::unique_ptr<FileInfo>> files_;
 };
 
-} // namespace engine5::zip
+}  // namespace engine5::zip

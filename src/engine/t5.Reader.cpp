@@ -3,6 +3,7 @@
 #include "engine/engine5.FormatReader.h"
 #include "engine/engine5.MultiClassifier.h"
 #include "format/format.Number.h"
+#include "format/zip/zip.Reader.h"
 #include "io/io.Exception.h"
 #include "io/io.File.h"
 #include "io/io.Path.h"
@@ -108,8 +109,9 @@ std::unique_ptr<engine5::FormatReader> Reader::makeFormatReader(int format) {
     // Each number with a reader in the engine. A format whose reader is not
     // built yet gets the base, whose scan and decode say so.
     switch (format) {
+        case format::number::zip:
+            return std::make_unique<engine5::zip::Reader>(archiveInfo.position, *this);
         case format::number::tkt:       // engine5::tkt::Reader
-        case format::number::zip:       // engine5::zip::Reader
         case format::number::arc:       // engine5::arc::Reader
         case format::number::arj:       // engine5::arj::Reader
         case format::number::lha:       // engine5::lha::Reader

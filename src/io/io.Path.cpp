@@ -18,11 +18,32 @@ bool Path::pathChar(char c) {
     }
 }
 
+size_t Path::multiByteCharacter(const std::string& text, size_t at) {
+#ifdef _WIN32
+    (void)text;
+    (void)at;
+    return 0;
+#else
+    const unsigned char lead = static_cast<unsigned char>(text[at]);
+    size_t length = lead >= 0xC2 && lead <= 0xDF ? 2 : lead >= 0xE0 && lead <= 0xEF ? 3 : lead >= 0xF0 && lead <= 0xF4 ? 4 : 0;
+    if (length == 0 || at + length > text.size()) return 0;
+    for (size_t i = 1; i < length; ++i)
+        if ((static_cast<unsigned char>(text[at + i]) & 0xC0) != 0x80) return 0;
+    return length;
+#endif
+}
+
 bool Path::normalize(std::string& path) {
     std::string clean;
     clean.reserve(path.size());
-    for (char c : path)
-        if (pathChar(c) || c == separator) clean += c;
+    for (size_t i = 0; i < path.size(); ++i) {
+        if (size_t length = multiByteCharacter(path, i)) {
+            clean.append(path, i, length);
+            i += length - 1;
+        } else if (pathChar(path[i]) || path[i] == separator) {
+            clean += path[i];
+        }
+    }
     bool changed = clean != path;
     path = std::move(clean);
     return changed;

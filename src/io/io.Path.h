@@ -47,6 +47,10 @@ public:
     static bool truncate(std::string& path, uint32_t limit);
     // Whether a byte may stand in a name.
     static bool pathChar(char c);
+    // The length of the multi-byte UTF-8 character that starts at `at`, or 0.
+    // On POSIX names are UTF-8, and such a character is kept whole: its bytes
+    // are never taken one by one for pathChar. On Windows always 0.
+    static size_t multiByteCharacter(const std::string& text, size_t at);
 
 private:
     static void createDirectoryRecursively(const std::string& path);

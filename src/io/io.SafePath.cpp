@@ -40,8 +40,14 @@ std::string clean(std::string component, bool first) {
         std::isalpha(static_cast<unsigned char>(component[0])))
         component.erase(0, 2);
     std::string kept;
-    for (char c : component)
-        if (Path::pathChar(c)) kept += c;
+    for (size_t i = 0; i < component.size(); ++i) {
+        if (size_t length = Path::multiByteCharacter(component, i)) {
+            kept.append(component, i, length);
+            i += length - 1;
+        } else if (Path::pathChar(component[i])) {
+            kept += component[i];
+        }
+    }
 #ifdef _WIN32
     for (char& c : kept)
         if (c == ':') c = '_';

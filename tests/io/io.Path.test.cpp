@@ -57,6 +57,15 @@ TEST(PathNormalize, RemovesRefusedBytesButKeepsSeparators) {
     EXPECT_EQ(path, native("out/abcdefghij:k"));
 }
 
+#ifndef _WIN32
+// Names are UTF-8 here: a character's bytes are never refused one by one.
+TEST(PathNormalize, KeepsUTF8CharactersWhole) {
+    std::string path = "out/\xE6\x88\xBF\xC2\x81x\xBF\xE6\x88";
+    EXPECT_TRUE(Path::normalize(path));
+    EXPECT_EQ(path, "out/\xE6\x88\xBF\xC2\x81x\xE6\x88");
+}
+#endif
+
 struct SplitCase {
     std::string path, folder, name, extension;
 };

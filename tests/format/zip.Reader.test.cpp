@@ -1,0 +1,677 @@
+// The Zip reader through the engine's archive reader, on archives built here
+// from the Zip records and on the peer archives in tests/data/zip.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "algorithm/zipcrypt.Cipher.h"
+#include "engine/t5.Reader.h"
+#include "format/format.Exception.h"
+#include "format/zip/zip.CentralHeader.h"
+#include "format/zip/zip.EncryptionHeader.h"
+#include "format/zip/zip.EndHeader.h"
+#include "format/zip/zip.LocalHeader.h"
+#include "format/zip/zip.Name.h"
+#include "stream/check/crc.CRC.h"
+#include "stream/stream.ByteOrder.h"
+#include "stream/stream.Vector.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::string kData = std::string(CRATEWERK_TEST_DATA) + "/zip/";
+
+std::string readFile(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+void writeFile(const fs::path& path, const std::string& data) {
+    std::ofstream out(path, std::ios::binary);
+    out << data;
+}
+
+uint32_t crcOf(const std::string& data) {
+    algorithm::crc::EthernetCRC crc;
+    crc.update(data.data(), static_cast<uint32_t>(data.size()));
+    return ~crc.value();
+}
+
+struct Entry {
+    std::string name;
+    std::string data;
+    std::string password = "";  // empty: not encrypted
+    bool descriptor = false;    // sizes and CRC behind the data, zero in the local header
+    uint16_t method = 0;        // only the records say so; the data is always stored
+    uint16_t versionNeeded = 10;
+};
+
+// Builds a Zip archive of stored entries with the project's own records.
+// `prefix` goes in front; `adjusted` makes the offsets count from the file's
+// start rather than the archive's, as zip -A does for a self-extractor.
+struct Built {
+    std::string bytes;
+    std::vector<uint32_t> localOffsets;
+    uint32_t directoryOffset = 0;
+    uint32_t endOffset = 0;
+};
+
+Built build(const std::vector<Entry>& entries, const std::string& prefix = "", bool adjusted = false,
+            const std::string& comment = "") {
+    std::vector<char> out(prefix.begin(), prefix.end());
+    stream::random::VectorOutput output(out);
+    output.seek(out.size());
+    const uint32_t base = adjusted ? 0 : static_cast<uint32_t>(prefix.size());
+    std::vector<format::zip::CentralHeader> central;
+    Built built;
+    for (const Entry& e : entries) {
+        format::zip::CentralHeader c;
+        c.versionMadeBy(20);
+        c.versionNeeded(e.versionNeeded);
+        c.flags(static_cast<uint16_t>((e.password.empty() ? 0 : 1) | (e.descriptor ? 8 : 0)));
+        c.method(e.method);
+        c.time(0x6000);  // 12:00:00
+        c.date(0x5A21);  // 2025-01-01
+        c.crc(crcOf(e.data));
+        const uint32_t packed = static_cast<uint32_t>(e.data.size() + (e.password.empty() ? 0 : 12));
+        c.compressedSize(packed);
+        c.uncompressedSize(static_cast<uint32_t>(e.data.size()));
+        c.name(e.name);
+        c.externalAttributes(e.name.back() == '/' ? 0x10 : 0);
+        const uint32_t at = static_cast<uint32_t>(output.tell());
+        built.localOffsets.push_back(at);
+        c.localHeaderOffset(at - base);
+        format::zip::LocalHeader l;
+        l.versionNeeded(c.versionNeeded());
+        l.flags(c.flags());
+        l.method(c.method());
+        l.time(c.time());
+        l.date(c.date());
+        l.crc(e.descriptor ? 0 : c.crc());
+        l.compressedSize(e.descriptor ? 0 : packed);
+        l.uncompressedSize(e.descriptor ? 0 : c.uncompressedSize());
+        l.name(e.name);
+        l.write(output);
+        if (e.password.empty()) {
+            output.write(e.data.data(), static_cast<uint32_t>(e.data.size()));
+        } else {
+            algorithm::zipcrypt::Cipher cipher(e.password);
+            format::zip::EncryptionHeader header(cipher);
+            header.expect(static_cast<char>(e.descriptor ? c.time() >> 8 : c.crc() >> 24));
+            header.write(output);
+            algorithm::zipcrypt::Output crypt(output, cipher);
+            crypt.write(e.data.data(), static_cast<uint32_t>(e.data.size()));
+        }
+        if (e.descriptor) {
+            stream::LittleEndianOutput le(output);
+            le << uint32_t(0x08074B50) << c.crc() << c.compressedSize() << c.uncompressedSize();
+        }
+        central.push_back(c);
+    }
+    built.directoryOffset = static_cast<uint32_t>(output.tell());
+    for (const auto& c : central) c.write(output);
+    format::zip::EndHeader end;
+    end.entriesOnDisk(static_cast<uint16_t>(entries.size()));
+    end.entries(static_cast<uint16_t>(entries.size()));
+    end.directorySize(static_cast<uint32_t>(output.tell()) - built.directoryOffset);
+    end.directoryOffset(built.directoryOffset - base);
+    end.comment(comment);
+    built.endOffset = static_cast<uint32_t>(output.tell());
+    end.write(output);
+    built.bytes.assign(out.begin(), out.end());
+    return built;
+}
+
+void put16(std::string& s, size_t at, uint16_t v) {
+    s[at] = static_cast<char>(v & 0xFF);
+    s[at + 1] = static_cast<char>(v >> 8);
+}
+void put32(std::string& s, size_t at, uint32_t v) {
+    put16(s, at, static_cast<uint16_t>(v & 0xFFFF));
+    put16(s, at + 2, static_cast<uint16_t>(v >> 16));
+}
+
+// Every file below `root`, by its path relative to it, with its bytes.
+std::map<std::string, std::string> tree(const fs::path& root) {
+    std::map<std::string, std::string> files;
+    if (!fs::exists(root)) return files;
+    for (const auto& item : fs::recursive_directory_iterator(root)) {
+        std::string relative = fs::relative(item.path(), root).generic_string();
+        files[relative + (item.is_directory() ? "/" : "")] = item.is_directory() ? "" : readFile(item.path());
+    }
+    return files;
+}
+
+class Scratch {
+public:
+    Scratch() {
+        std::random_device random;
+        path_ = fs::temp_directory_path() / ("cratewerk-zipreader-" + std::to_string(random()));
+        fs::create_directories(path_ / "out");
+        path_ = fs::canonical(path_);
+    }
+    ~Scratch() {
+        std::error_code ignored;
+        fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ignored);
+        for (auto& item : fs::recursive_directory_iterator(path_, ignored))
+            fs::permissions(item.path(), fs::perms::owner_all, fs::perm_options::add, ignored);
+        fs::remove_all(path_, ignored);
+    }
+    fs::path path() const { return path_; }
+    fs::path out() const { return path_ / "out"; }
+    std::string archive(const std::string& bytes, const std::string& name = "a.zip") const {
+        writeFile(path_ / name, bytes);
+        return (path_ / name).string();
+    }
+
+private:
+    fs::path path_;
+};
+
+// Runs open, scan and decode into `out` and answers the failure's kind and
+// message, or "" when all went well.
+struct Outcome {
+    std::string kind;
+    std::string message;
+    std::string rootName;
+    uint32_t fileCount = 0;
+    bool encrypted = false;
+};
+
+class Recorder : public tuckett5::event::FileDecodeBeginListener,
+                 public tuckett5::event::FileInfoListener,
+                 public tuckett5::event::ProgressFilesMoveListener {
+public:
+    bool fileDecodeBeginEvent(uint32_t) override { return allow; }
+    bool fileInfoEvent() override { return true; }
+    bool progressFilesMoveEvent(uint32_t done) override {
+        moves.push_back(done);
+        return true;
+    }
+    bool allow = true;
+    std::vector<uint32_t> moves;
+};
+
+Outcome expand(const std::string& archive, const fs::path& out, const std::string& password = "",
+               Recorder* recorder = nullptr) {
+    tuckett5::Reader reader;
+    if (recorder) {
+        reader.add(static_cast<tuckett5::event::FileDecodeBeginListener*>(recorder));
+        reader.add(static_cast<tuckett5::event::ProgressFilesMoveListener*>(recorder));
+    }
+    reader.outputFolder(out.string());
+    Outcome outcome;
+    try {
+        reader.open(archive);
+        reader.scan();
+        outcome.rootName = reader.archiveInfo.rootName;
+        outcome.fileCount = reader.archiveInfo.fileCount;
+        outcome.encrypted = reader.archiveInfo.encrypted;
+        reader.password = password;
+        reader.decode();
+    } catch (const un::exception& e) {
+        outcome.kind = e.kind();
+        outcome.message = e.message();
+    }
+    reader.close();
+    return outcome;
+}
+
+// ---------------------------------------------------------------------------
+// Archives that expand.
+
+struct GoodCase {
+    const char* title;
+    std::vector<Entry> entries;
+    std::string prefix;
+    bool adjusted;
+    std::string comment;
+    std::map<std::string, std::string> expected;
+    std::string rootName;
+};
+
+class Expands : public ::testing::TestWithParam<GoodCase> {};
+
+TEST_P(Expands, ToExactlyTheStoredFiles) {
+    const GoodCase& c = GetParam();
+    Scratch scratch;
+    Outcome outcome =
+        expand(scratch.archive(build(c.entries, c.prefix, c.adjusted, c.comment).bytes), scratch.out(), "secret");
+    EXPECT_EQ(outcome.message, "") << outcome.kind;
+    EXPECT_EQ(tree(scratch.out()), c.expected);
+    EXPECT_EQ(outcome.rootName, c.rootName);
+    EXPECT_EQ(outcome.fileCount, c.entries.size());
+}
+
+const std::string sfx = "MZ" + std::string(3000, '\x90') + "PK\x01\x02 not a header";
+
+INSTANTIATE_TEST_SUITE_P(
+    Zip, Expands,
+    ::testing::Values(
+        GoodCase{"one", {{"hello.txt", "hello\n"}}, "", false, "", {{"hello.txt", "hello\n"}}, "hello.txt"},
+        GoodCase{"tree",
+                 {{"d/", ""}, {"d/a.txt", "alpha"}, {"d/e/", ""}, {"d/e/empty", ""}, {"d/f/g/deep", "deep"}},
+                 "",
+                 false,
+                 "a comment with PK\x05\x06 inside",
+                 {{"d/", ""},
+                  {"d/a.txt", "alpha"},
+                  {"d/e/", ""},
+                  {"d/e/empty", ""},
+                  {"d/f/", ""},
+                  {"d/f/g/", ""},
+                  {"d/f/g/deep", "deep"}},
+                 "d"},
+        GoodCase{"filesFirst",
+                 {{"d/e/x", "x"}, {"d/e/", ""}, {"d/", ""}},
+                 "",
+                 false,
+                 "",
+                 {{"d/", ""}, {"d/e/", ""}, {"d/e/x", "x"}},
+                 "d"},
+        GoodCase{"twoRoots", {{"a", "1"}, {"b/c", "2"}}, "", false, "", {{"a", "1"}, {"b/", ""}, {"b/c", "2"}}, ""},
+        GoodCase{
+            "prefixed", {{"p.txt", "prefixed"}, {"q", ""}}, sfx, false, "", {{"p.txt", "prefixed"}, {"q", ""}}, ""},
+        GoodCase{"prefixedAdjusted", {{"p.txt", "adjusted"}}, sfx, true, "", {{"p.txt", "adjusted"}}, "p.txt"},
+        GoodCase{"descriptor",
+                 {{"x/1", std::string(70000, 'z'), "", true}, {"x/2", "two", "", true}},
+                 "",
+                 false,
+                 "",
+                 {{"x/", ""}, {"x/1", std::string(70000, 'z')}, {"x/2", "two"}},
+                 "x"},
+        GoodCase{"encrypted",
+                 {{"s/1", "secret one", "secret"}, {"s/2", std::string(1000, 's'), "secret", true}, {"s/3", "plain"}},
+                 "",
+                 false,
+                 "",
+                 {{"s/", ""}, {"s/1", "secret one"}, {"s/2", std::string(1000, 's')}, {"s/3", "plain"}},
+                 "s"},
+        GoodCase{"hostVersionByte", {{"v", "v", "", false, 0, 0x0314}}, "", false, "", {{"v", "v"}}, "v"}),
+    [](const ::testing::TestParamInfo<GoodCase>& info) { return std::string(info.param.title); });
+
+TEST(ZipReader, EmptyArchiveListsAndExpandsNothing) {
+    Scratch scratch;
+    for (const std::string& prefix : {std::string(), std::string(100, 'x') + "PK\x03\x04"}) {
+        Outcome outcome = expand(scratch.archive(build({}, prefix).bytes), scratch.out());
+        EXPECT_EQ(outcome.message, "");
+        EXPECT_EQ(outcome.fileCount, 0u);
+        EXPECT_TRUE(tree(scratch.out()).empty());
+    }
+}
+
+TEST(ZipReader, SkippedFilesMakeNoOutputAndStillCount) {
+    Scratch scratch;
+    Recorder recorder;
+    recorder.allow = false;
+    Outcome outcome =
+        expand(scratch.archive(build({{"a", "1"}, {"f/", ""}, {"f/b", "2"}}).bytes), scratch.out(), "", &recorder);
+    EXPECT_EQ(outcome.message, "");
+    EXPECT_EQ(tree(scratch.out()), (std::map<std::string, std::string>{{"f/", ""}}));
+    EXPECT_EQ(recorder.moves, (std::vector<uint32_t>{0, 1, 2, 3}));
+}
+
+// Writes down every event of a run in order.
+class EventLog : public tuckett5::event::ArchiveDecodeBeginListener,
+                 public tuckett5::event::ArchiveDecodeEndListener,
+                 public tuckett5::event::ArchiveInfoListener,
+                 public tuckett5::event::FileDecodeBeginListener,
+                 public tuckett5::event::FileDecodeEndListener,
+                 public tuckett5::event::FileInfoListener,
+                 public tuckett5::event::FolderDecodeBeginListener,
+                 public tuckett5::event::FolderDecodeEndListener,
+                 public tuckett5::event::FolderInfoListener,
+                 public tuckett5::event::ProgressFilesBeginListener,
+                 public tuckett5::event::ProgressFilesEndListener,
+                 public tuckett5::event::ProgressFilesMoveListener,
+                 public tuckett5::event::ProgressScanBeginListener,
+                 public tuckett5::event::ProgressScanEndListener,
+                 public tuckett5::event::ProgressScanStepListener,
+                 public tuckett5::event::ProgressSizeBeginListener,
+                 public tuckett5::event::ProgressSizeEndListener,
+                 public tuckett5::event::ProgressSizeMoveListener {
+public:
+    explicit EventLog(tuckett5::Reader& reader) : reader_(reader) {
+        reader.add(static_cast<tuckett5::event::ArchiveDecodeBeginListener*>(this));
+        reader.add(static_cast<tuckett5::event::ArchiveDecodeEndListener*>(this));
+        reader.add(static_cast<tuckett5::event::ArchiveInfoListener*>(this));
+        reader.add(static_cast<tuckett5::event::FileDecodeBeginListener*>(this));
+        reader.add(static_cast<tuckett5::event::FileDecodeEndListener*>(this));
+        reader.add(static_cast<tuckett5::event::FileInfoListener*>(this));
+        reader.add(static_cast<tuckett5::event::FolderDecodeBeginListener*>(this));
+        reader.add(static_cast<tuckett5::event::FolderDecodeEndListener*>(this));
+        reader.add(static_cast<tuckett5::event::FolderInfoListener*>(this));
+        reader.add(static_cast<tuckett5::event::ProgressFilesBeginListener*>(this));
+        reader.add(static_cast<tuckett5::event::ProgressFilesEndListener*>(this));
+        reader.add(static_cast<tuckett5::event::ProgressFilesMoveListener*>(this));
+        reader.add(static_cast<tuckett5::event::ProgressScanBeginListener*>(this));
+        reader.add(static_cast<tuckett5::event::ProgressScanEndListener*>(this));
+        reader.add(static_cast<tuckett5::event::ProgressScanStepListener*>(this));
+        reader.add(static_cast<tuckett5::event::ProgressSizeBeginListener*>(this));
+        reader.add(static_cast<tuckett5::event::ProgressSizeEndListener*>(this));
+        reader.add(static_cast<tuckett5::event::ProgressSizeMoveListener*>(this));
+    }
+    bool archiveDecodeBeginEvent() override { return note("decodeBegin"); }
+    void archiveDecodeEndEvent() override { note("decodeEnd"); }
+    bool archiveInfoEvent() override { return note("archive"); }
+    bool fileDecodeBeginEvent(uint32_t size) override {
+        return note("file " + reader_.fileInfo.name + " " + std::to_string(size));
+    }
+    void fileDecodeEndEvent() override { note("fileEnd"); }
+    bool fileInfoEvent() override { return note("info " + reader_.fileInfo.name); }
+    bool folderDecodeBeginEvent(uint32_t) override { return note("folder " + reader_.folderInfo.name); }
+    void folderDecodeEndEvent() override { note("folderEnd"); }
+    bool folderInfoEvent() override { return note("info " + reader_.folderInfo.name + "/"); }
+    void progressFilesBeginEvent(uint32_t count) override { note("items " + std::to_string(count)); }
+    void progressFilesEndEvent() override { note("itemsEnd"); }
+    bool progressFilesMoveEvent(uint32_t done) override { return note("done " + std::to_string(done)); }
+    void progressScanBeginEvent() override { note("scan"); }
+    void progressScanEndEvent() override { note("scanEnd"); }
+    bool progressScanStepEvent() override { return note("step"); }
+    void progressSizeBeginEvent(uint32_t total) override { note("bytes " + std::to_string(total)); }
+    void progressSizeEndEvent() override { note("bytesEnd"); }
+    bool progressSizeMoveEvent(uint32_t done) override { return note("moved " + std::to_string(done)); }
+
+    std::string text;
+
+private:
+    bool note(const std::string& event) {
+        text += (text.empty() ? "" : ", ") + event;
+        return true;
+    }
+    tuckett5::Reader& reader_;
+};
+
+TEST(ZipReader, FiresTheEventsInTheirOrder) {
+    Scratch scratch;
+    tuckett5::Reader reader;
+    EventLog log(reader);
+    reader.outputFolder(scratch.out().string());
+    reader.open(scratch.archive(build({{"f/", ""}, {"f/big", std::string(40000, 'b')}, {"f/small", "12"}}).bytes));
+    reader.scan();
+    // Classification tells of the archive first, the scan once more at its end.
+    EXPECT_EQ(log.text, "archive, scan, step, info f/, step, info f/big, step, info f/small, scanEnd, archive");
+    EXPECT_EQ(reader.archiveInfo.rootName, "f");
+    log.text.clear();
+    reader.decode();
+    EXPECT_EQ(log.text,
+              "decodeBegin, bytes 40002, items 3, done 0, folder f, done 1, folderEnd, file f/big 40000, moved 40000, "
+              "done 2, fileEnd, file f/small 2, done 3, fileEnd, bytesEnd, itemsEnd, decodeEnd");
+    reader.close();
+}
+
+TEST(ZipReader, ListsEncryptionAndSizes) {
+    Scratch scratch;
+    tuckett5::Reader reader;
+    reader.open(scratch.archive(build({{"a", "12345", "pw"}, {"b", "xy"}}).bytes));
+    reader.scan();
+    EXPECT_TRUE(reader.archiveInfo.encrypted);
+    EXPECT_EQ(reader.archiveInfo.expandedSize(), 7u);
+    EXPECT_EQ(reader.archiveInfo.compressedSize(), 7u);  // the 12 bytes of the encryption header don't count
+    reader.close();
+}
+
+// ---------------------------------------------------------------------------
+// Archives that the reader refuses, with the exact text.
+
+struct BadCase {
+    const char* title;
+    std::function<std::string()> make;
+    std::string kind;
+    std::string message;
+    std::string password = "";
+};
+
+class Refuses : public ::testing::TestWithParam<BadCase> {};
+
+TEST_P(Refuses, WithTheExactText) {
+    const BadCase& c = GetParam();
+    Scratch scratch;
+    Outcome outcome = expand(scratch.archive(c.make()), scratch.out(), c.password);
+    EXPECT_EQ(outcome.kind, c.kind);
+    EXPECT_EQ(outcome.message, c.message);
+}
+
+Built sample() { return build({{"a.txt", "alpha"}, {"b.txt", "bravo"}}); }
+
+std::string patched(const std::function<void(Built&)>& change) {
+    Built b = sample();
+    change(b);
+    return b.bytes;
+}
+
+const char* const kLocate = "cannot locate the central directory in zip reader";
+
+INSTANTIATE_TEST_SUITE_P(
+    Zip, Refuses,
+    ::testing::Values(
+        BadCase{"multiDisk",
+                [] {
+                    return patched(
+                        [](Built& b) { put16(b.bytes, b.endOffset + 4, 1), put16(b.bytes, b.endOffset + 6, 1); });
+                },
+                "Unsupported format", "expansion of segmented multi-part archives not supported by zip reader"},
+        BadCase{"multiDiskElsewhere",
+                [] {
+                    return patched([](Built& b) {
+                        put16(b.bytes, b.endOffset + 6, 2);
+                        put32(b.bytes, b.endOffset + 16, 9999);
+                    });
+                },
+                "Unsupported format", "expansion of segmented multi-part archives not supported by zip reader"},
+        BadCase{"directoryPastTheEnd",
+                [] { return patched([](Built& b) { put32(b.bytes, b.endOffset + 16, 0x7FFFFFF0); }); }, "Bad format",
+                kLocate},
+        BadCase{"moreEntriesThanThere", [] { return patched([](Built& b) { put16(b.bytes, b.endOffset + 10, 3); }); },
+                "Bad format", "invalid central header in zip reader"},
+        BadCase{"fewerEntriesThanThere", [] { return patched([](Built& b) { put16(b.bytes, b.endOffset + 10, 1); }); },
+                "Bad format", "invalid signature at the end of the central directory in zip reader"},
+        BadCase{"localOffsetWrong", [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + 42, 7); }); },
+                "Bad format", "cannot locate a local header in zip reader"},
+        BadCase{"localMethodTooHigh",
+                [] { return patched([](Built& b) { put16(b.bytes, b.localOffsets[1] + 8, 12); }); }, "Bad format",
+                "bad local header in zip reader"},
+        BadCase{"localMethod7", [] { return patched([](Built& b) { put16(b.bytes, b.localOffsets[0] + 8, 7); }); },
+                "Unsupported method", "zip reader encountered a file with an unsupported compression method"},
+        BadCase{"method7",
+                [] {
+                    return build({{"t", "x", "", false, 7}}).bytes;
+                },
+                "Unsupported method", "unsupported compression method in zip reader"},
+        BadCase{"method9",
+                [] {
+                    return build({{"t", "x", "", false, 9}}).bytes;
+                },
+                "Unsupported method", "unsupported compression method in zip reader"},
+        BadCase{"method99",
+                [] {
+                    return build({{"t", "x", "pw", false, 99}}).bytes;
+                },
+                "Unsupported method", "unsupported compression method in zip reader", "pw"},
+        BadCase{"version45",
+                [] {
+                    return build({{"t", "x", "", false, 8, 45}}).bytes;
+                },
+                "Unsupported method", "unsupported compression method in zip reader"},
+        BadCase{"badCrc", [] { return patched([](Built& b) { b.bytes[b.localOffsets[1] + 30 + 5] ^= 1; }); },
+                "Bad data", "CRC mismatch in zip reader; data is invalid"},
+        BadCase{"wrongPassword",
+                [] {
+                    return build({{"t", "text", "right"}}).bytes;
+                },
+                "format", "bad password in format::zip::EncryptionHeader::read()", "wrong"},
+        BadCase{"noPassword",
+                [] {
+                    return build({{"t", "text", "right", true}}).bytes;
+                },
+                "format", "bad password in format::zip::EncryptionHeader::read()"},
+        BadCase{"noEndRecord", [] { return std::string("PK\x03\x04", 4) + std::string(60, '\0'); }, "format",
+                "bad header artfact in format::zip::EndHeader::read()"}),
+    [](const ::testing::TestParamInfo<BadCase>& info) { return std::string(info.param.title); });
+
+// ---------------------------------------------------------------------------
+// Names that try to leave the output folder land inside it.
+
+TEST(ZipReader, NamesStayInsideTheOutputFolder) {
+    Scratch scratch;
+    const std::vector<Entry> entries = {
+        {"../up.txt", "1"}, {"/abs.txt", "2"}, {"C:\\drive.txt", "3"}, {"a/../../x.txt", "4"}, {"..\\win.txt", "5"},
+        {"../", ""},        {"..", "6"},       {"./.././b/c", "7"}};
+    Outcome outcome = expand(scratch.archive(build(entries).bytes), scratch.out());
+    EXPECT_EQ(outcome.message, "");
+    // Nothing beside the output folder and the archive.
+    std::vector<std::string> beside;
+    for (const auto& item : fs::directory_iterator(scratch.path())) beside.push_back(item.path().filename().string());
+    std::sort(beside.begin(), beside.end());
+    EXPECT_EQ(beside, (std::vector<std::string>{"a.zip", "out"}));
+    const auto files = tree(scratch.out());
+    EXPECT_EQ(files.at("up.txt"), "1");
+    EXPECT_EQ(files.at("abs.txt"), "2");
+    EXPECT_EQ(files.at("drive.txt"), "3");
+    EXPECT_EQ(files.at("a/x.txt"), "4");
+    EXPECT_EQ(files.at("win.txt"), "5");
+    EXPECT_EQ(files.at("b/c"), "7");
+}
+
+TEST(ZipReader, NamesInCodePage437AndUTF8) {
+    using Name = tuckett5::UnicodeName;
+    // 0x84 is "ä" in code page 437; with the UTF-8 flag the bytes are UTF-8.
+    EXPECT_EQ(engine5::zip::entryName("b\x84r", "", false).unicode, (Name{'b', 0xE4, 'r'}));
+    EXPECT_EQ(engine5::zip::entryName("b\xC3\xA4r", "", true).unicode, (Name{'b', 0xE4, 'r'}));
+    EXPECT_EQ(engine5::zip::entryName("\xE2\x82\xAC/\xF0\x9F\x98\x80", "", true).unicode,
+              (Name{0x20AC, '/', 0xD83D, 0xDE00}));
+    EXPECT_EQ(engine5::zip::entryName("a\xFF\xC0z\xE2\x82", "", true).unicode, (Name{'a', '_', '_', 'z', '_', '_'}));
+    // An Info-ZIP Unicode path field counts only while its check value matches the stored name.
+    std::string field = std::string("\x75\x70\x09\x00\x01", 5) + "0000" + "b\xC3\xA4r";
+    put32(field, 5, crcOf("b?r"));
+    EXPECT_EQ(engine5::zip::entryName("b?r", field, false).unicode, (Name{'b', 0xE4, 'r'}));
+    EXPECT_EQ(engine5::zip::entryName("bxr", field, false).unicode, (Name{'b', 'x', 'r'}));
+#ifndef _WIN32
+    // Here the engine's 8-bit form is UTF-8.
+    EXPECT_EQ(engine5::zip::entryName("b\x84r", "", false).local, "b\xC3\xA4r");
+    EXPECT_EQ(engine5::zip::entryName("\xF0\x9F\x98\x80", "", true).local, "\xF0\x9F\x98\x80");
+#endif
+}
+
+// ---------------------------------------------------------------------------
+// Archives made by other programs, kept in tests/data/zip.
+
+TEST(ZipReader, LegacyMethodsExpandToTheirKnownText) {
+    const std::string first = readFile(kData + "zip2-first.txt");
+    for (const char* name : {"zip2-shrink.zip", "zip2-reduce.zip", "zip2-implode.zip"}) {
+        Scratch scratch;
+        Outcome outcome = expand(kData + name, scratch.out());
+        EXPECT_EQ(outcome.message, "") << name;
+        const auto files = tree(scratch.out());
+        ASSERT_EQ(files.size(), 1u) << name;
+        EXPECT_EQ(files.begin()->second, first) << name;
+    }
+}
+
+// The reader checks every CRC itself, so an expansion without failure is exact.
+TEST(ZipReader, PeerArchivesExpandWithoutFault) {
+    for (const char* name : {"SHRUNK.ZIP", "imploding-4Kdict-2trees.zip", "imploding-8Kdict-3trees.zip",
+                             "lorem-ipsum-implode.zip", "bla.zip", "zip2-data_descriptor.zip",
+                             "zip2-files_and_dirs.zip", "archive_with_trailer.zip", "zip2-chinese.zip"}) {
+        Scratch scratch;
+        Outcome outcome = expand(kData + name, scratch.out());
+        EXPECT_EQ(outcome.message, "") << name;
+        EXPECT_FALSE(tree(scratch.out()).empty()) << name;
+    }
+}
+
+#ifndef _WIN32
+TEST(ZipReader, NamesOfPeerArchives) {
+    const std::vector<std::pair<const char*, std::vector<std::string>>> cases = {
+        {"zip2-chinese.zip", {"\xE4\xB8\x83\xE4\xB8\xAA\xE6\x88\xBF\xE9\x97\xB4.txt"}},  // UTF-8 flag
+        {"utf8-winzip-test.zip", {"ascii.txt", "\xC3\x96lf\xC3\xA4sser.txt", "\xE2\x82\xAC_for_Dollar.txt"}},
+        {"zip2-non_utf8.zip", {"\xE2\x95\x93\xE2\x95\xA8\xE2\x95\xAC\xE2\x94\x80"}},  // code page 437
+    };
+    for (const auto& [archive, names] : cases) {
+        Scratch scratch;
+        EXPECT_EQ(expand(kData + archive, scratch.out()).message, "");
+        for (const std::string& name : names) EXPECT_TRUE(fs::exists(scratch.out() / name)) << archive << ": " << name;
+    }
+}
+
+#endif
+
+TEST(ZipReader, PeerArchivesThatAreRefused) {
+    const std::string method = "unsupported compression method in zip reader";
+    const std::vector<std::pair<const char*, std::string>> cases = {
+        {"moby.zip", method},
+        {"lorem-ipsum-deflate64.zip", method},
+        {"bzip2-zip.zip", method},
+        {"zip2-aes_archive.zip", method},
+        {"password-encrypted.zip", "bad password in format::zip::EncryptionHeader::read()"},
+    };
+    for (const auto& [name, message] : cases) {
+        Scratch scratch;
+        Outcome outcome = expand(kData + name, scratch.out(), "not the password");
+        EXPECT_EQ(outcome.message, message) << name;
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Damage: every truncation and many byte flips end in an exception or in
+// output inside the folder, never in a crash, a hang or output without end.
+
+void expectContained(const Scratch& scratch, const std::string& bytes, const std::string& password = "pw") {
+    if (!fs::is_empty(scratch.out())) {
+        std::error_code ignored;
+        fs::remove_all(scratch.out(), ignored);
+        fs::create_directories(scratch.out());
+    }
+    Outcome outcome = expand(scratch.archive(bytes, "damaged.zip"), scratch.out(), password);
+    uint64_t total = 0;
+    for (const auto& item : fs::recursive_directory_iterator(scratch.out()))
+        if (item.is_regular_file()) total += item.file_size();
+    EXPECT_LT(total, 4u << 20);
+    size_t beside = 0;
+    for (const auto& item : fs::directory_iterator(scratch.path())) {
+        (void)item;
+        ++beside;
+    }
+    EXPECT_EQ(beside, 2u);
+}
+
+std::string damageSample() {
+    std::string text;
+    for (int i = 0; i < 8; ++i) text += "line " + std::to_string(i) + " of the sample\n";
+    return build({{"d/", ""}, {"d/a", text}, {"d/b", text, "pw"}, {"d/c", "tail", "pw", true}}).bytes;
+}
+
+TEST(ZipReaderDamage, EveryTruncation) {
+    Scratch scratch;
+    for (const std::string& whole : {damageSample(), readFile(kData + "bla.zip")})
+        for (size_t size = 0; size < whole.size(); ++size) expectContained(scratch, whole.substr(0, size));
+}
+
+TEST(ZipReaderDamage, RandomByteFlips) {
+    Scratch scratch;
+    std::mt19937 random(20261121);
+    const std::vector<std::string> samples = {damageSample(), readFile(kData + "bla.zip"),
+                                              readFile(kData + "zip2-implode.zip")};
+#ifdef _WIN32
+    const int rounds = 300;  // files are slow to make under the emulator
+#else
+    const int rounds = 1200;
+#endif
+    for (int round = 0; round < rounds; ++round) {
+        std::string bytes = samples[round % samples.size()];
+        const int flips = 1 + static_cast<int>(random() % 4);
+        for (int i = 0; i < flips; ++i) bytes[random() % bytes.size()] ^= static_cast<char>(1 + random() % 255);
+        expectContained(scratch, bytes);
+    }
+}
+
+}  // namespace

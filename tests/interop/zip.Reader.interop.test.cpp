@@ -1,0 +1,271 @@
+// Zip archives made at test time by Info-ZIP zip, 7-Zip and Python's zipfile,
+// expanded by the cratewerk command and by the plug-in inside the host
+// emulator, and compared file by file with what unzip expands.
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::string kData = std::string(CRATEWERK_TEST_DATA) + "/zip/";
+
+std::string readFile(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+void writeFile(const fs::path& path, const std::string& data) {
+    fs::create_directories(path.parent_path());
+    std::ofstream out(path, std::ios::binary);
+    out << data;
+}
+
+std::string quote(const std::string& s) {
+    std::string q = "'";
+    for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+}
+
+bool have(const std::string& program) {
+    return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+struct Ran {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+Ran run(const std::string& command, const fs::path& scratch) {
+    const fs::path out = scratch / "stdout.txt", err = scratch / "stderr.txt";
+    int raw = std::system(("cd " + quote(scratch.string()) + " && (" + command + ") </dev/null >" +
+                           quote(out.string()) + " 2>" + quote(err.string()))
+                              .c_str());
+    Ran r{WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err)};
+    fs::remove(out);
+    fs::remove(err);
+    return r;
+}
+
+// Every file and folder below `root`: files with their bytes, folders with "/".
+std::map<std::string, std::string> tree(const fs::path& root) {
+    std::map<std::string, std::string> items;
+    if (!fs::exists(root)) return items;
+    for (const auto& item : fs::recursive_directory_iterator(root)) {
+        const std::string relative = fs::relative(item.path(), root).generic_string();
+        if (item.is_directory())
+            items[relative + "/"] = "";
+        else
+            items[relative] = readFile(item.path());
+    }
+    return items;
+}
+
+class Scratch {
+public:
+    Scratch() {
+        std::random_device random;
+        path_ = fs::temp_directory_path() / ("cratewerk-zipinterop-" + std::to_string(random()));
+        fs::create_directories(path_);
+    }
+    ~Scratch() {
+        std::error_code ignored;
+        fs::remove_all(path_, ignored);
+    }
+    const fs::path& path() const { return path_; }
+
+private:
+    fs::path path_;
+};
+
+// The files that the archivers pack: text that compresses well, noise that
+// doesn't, an empty file, an empty folder and a deeper one.
+void makeSources(const fs::path& at) {
+    std::mt19937 random(7);
+    std::string text, noise(60000, '\0');
+    for (int i = 0; text.size() < 150000; ++i) text += "line " + std::to_string(i % 977) + " of the zip interop text\n";
+    for (char& c : noise) c = static_cast<char>(random());
+    writeFile(at / "top/text.txt", text);
+    writeFile(at / "top/noise.bin", noise);
+    writeFile(at / "top/empty", "");
+    writeFile(at / "top/sub/deeper/small.txt", "small\n");
+    fs::create_directories(at / "top/emptydir");
+}
+
+// Python writes with zipfile; `unseekable` hides seek and tell from it, so
+// that it writes data descriptors.
+std::string python(const std::string& compression, bool unseekable) {
+    return "python3 -c " +
+           quote(
+               "import os, zipfile\n"
+               "class Pipe:\n"
+               "    def __init__(self, f): self.f = f\n"
+               "    def write(self, b): return self.f.write(b)\n"
+               "    def flush(self): self.f.flush()\n"
+               "with open('a.zip', 'wb') as f:\n"
+               "    z = zipfile.ZipFile(" +
+               std::string(unseekable ? "Pipe(f)" : "f") + ", 'w', zipfile." + compression +
+               ")\n"
+               "    for folder, dirs, files in os.walk('src/top'):\n"
+               "        name = os.path.relpath(folder, 'src')\n"
+               "        z.write(folder, name)\n"
+               "        for file in files: z.write(os.path.join(folder, file), os.path.join(name, file))\n"
+               "    z.close()\n");
+}
+
+struct Case {
+    const char* title;
+    const char* tool;
+    std::string make;  // run in the scratch folder, with the sources in src/top; writes a.zip
+    std::string password;
+};
+
+const std::string stub = "yes 'a self-extractor stub, standing in for a program' | head -c 30000 > stub && ";
+
+class MadeByPeers : public ::testing::TestWithParam<Case> {};
+
+TEST_P(MadeByPeers, ExpandLikeUnzip) {
+    const Case& c = GetParam();
+    if (!have(c.tool) || !have("unzip")) GTEST_SKIP() << c.tool << " is not installed";
+    Scratch scratch;
+    makeSources(scratch.path() / "src");
+    Ran made = run(c.make, scratch.path());
+    ASSERT_TRUE(fs::exists(scratch.path() / "a.zip")) << c.make << "\n" << made.err;
+
+    const std::string password = c.password.empty() ? "" : " -P " + quote(c.password);
+    run("unzip -q -o" + password + " a.zip -d reference", scratch.path());
+    const auto expected = tree(scratch.path() / "reference");
+    ASSERT_FALSE(expected.empty());
+
+    fs::create_directories(scratch.path() / "tool");
+    Ran tool = run(quote(CRATEWERK_PROGRAM) + " expand -q" + (c.password.empty() ? "" : " -p " + quote(c.password)) +
+                       " a.zip tool",
+                   scratch.path());
+    EXPECT_EQ(tool.status, 0) << tool.err;
+    EXPECT_EQ(tree(scratch.path() / "tool"), expected) << "cratewerk";
+    // Dates as unzip sets them, give or take the two-second step of DOS times.
+    for (const auto& [name, bytes] : expected) {
+        if (name.back() == '/') continue;
+        const auto ours = fs::last_write_time(scratch.path() / "tool" / name);
+        const auto theirs = fs::last_write_time(scratch.path() / "reference" / name);
+        EXPECT_LE(std::chrono::abs(ours - theirs), std::chrono::seconds(2)) << name;
+    }
+
+    fs::create_directories(scratch.path() / "host");
+    const fs::path archive = scratch.path() / "a.zip", host = scratch.path() / "host";
+    Ran plugin = run(quote(FMHOST_PROGRAM) + " " + quote(CRATEWERK_PLUGIN_LIBRARY) + " CRwrk-Expand " +
+                         quote(archive.string() + "|" + host.string() + "|" + c.password),
+                     scratch.path());
+    EXPECT_EQ(plugin.status, 0) << plugin.out << plugin.err;
+    EXPECT_EQ(plugin.out.find("|"), std::string::npos) << plugin.out;
+    EXPECT_EQ(tree(host), expected) << "plug-in";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Zip, MadeByPeers,
+    ::testing::Values(
+        Case{"zipStored", "zip", "cd src && zip -q -r -0 ../a.zip top", ""},
+        Case{"zipFastest", "zip", "cd src && zip -q -r -1 ../a.zip top", ""},
+        Case{"zipDefault", "zip", "cd src && zip -q -r -6 ../a.zip top", ""},
+        Case{"zipBest", "zip", "cd src && zip -q -r -9 ../a.zip top", ""},
+        Case{"zipPassword", "zip", "cd src && zip -q -r -P 'open sesame' ../a.zip top", "open sesame"},
+        Case{"zipComment", "zip", "cd src && echo 'a comment for the archive' | zip -q -r -z ../a.zip top", ""},
+        Case{"zipSelfExtractor", "zip", stub + "(cd src && zip -q -r ../inner.zip top) && cat stub inner.zip > a.zip",
+             ""},
+        Case{"zipSelfExtractorAdjusted", "zip",
+             stub + "(cd src && zip -q -r ../inner.zip top) && cat stub inner.zip > a.zip && zip -q -A a.zip", ""},
+        Case{"zipToPipe", "zip", "cd src && zip -q -r -fz- - top | cat > ../a.zip", ""},
+        Case{"zipFromPipe", "zip", "seq 1 40000 | zip -q -fz- - - | cat > a.zip", ""},
+        Case{"zipPipePassword", "zip", "cd src && zip -q -r -fz- -P pw - top | cat > ../a.zip", "pw"},
+        Case{"sevenZipDeflate", "7z", "cd src && 7z a -tzip -mm=Deflate ../a.zip top >/dev/null", ""},
+        Case{"sevenZipUltra", "7z", "cd src && 7z a -tzip -mm=Deflate -mx=9 ../a.zip top >/dev/null", ""},
+        Case{"sevenZipZipCrypto", "7z", "cd src && 7z a -tzip -mem=ZipCrypto -p'se cret' ../a.zip top >/dev/null",
+             "se cret"},
+        Case{"pythonStored", "python3", python("ZIP_STORED", false), ""},
+        Case{"pythonDeflated", "python3", python("ZIP_DEFLATED", false), ""},
+        Case{"pythonUnseekable", "python3", python("ZIP_DEFLATED", true), ""},
+        Case{"pythonUnseekableStored", "python3", python("ZIP_STORED", true), ""}),
+    [](const ::testing::TestParamInfo<Case>& info) { return std::string(info.param.title); });
+
+// Archives the reader refuses, through both front ends, with the exact text.
+struct Refusal {
+    const char* title;
+    std::string make;  // writes a.zip; empty: the peer archive named in `peer`
+    std::string peer;
+    std::string message;
+};
+
+class Refused : public ::testing::TestWithParam<Refusal> {};
+
+TEST_P(Refused, WithTheExactText) {
+    const Refusal& c = GetParam();
+    if (!have("zip")) GTEST_SKIP();
+    Scratch scratch;
+    makeSources(scratch.path() / "src");
+    if (c.make.empty())
+        fs::copy_file(kData + c.peer, scratch.path() / "a.zip");
+    else
+        run(c.make, scratch.path());
+    ASSERT_TRUE(fs::exists(scratch.path() / "a.zip"));
+
+    Ran tool = run(quote(CRATEWERK_PROGRAM) + " expand -q -p wrong a.zip out", scratch.path());
+    EXPECT_EQ(tool.status, 1);
+    EXPECT_EQ(tool.err, "cratewerk: " + c.message + "\n");
+
+    const fs::path archive = scratch.path() / "a.zip", host = scratch.path() / "host";
+    fs::create_directories(host);
+    Ran plugin = run(quote(FMHOST_PROGRAM) + " " + quote(CRATEWERK_PLUGIN_LIBRARY) + " CRwrk-Expand " +
+                         quote(archive.string() + "|" + host.string() + "|wrong"),
+                     scratch.path());
+    EXPECT_NE(plugin.out.find("|" + c.message + "|"), std::string::npos) << plugin.out << plugin.err;
+}
+
+const std::string kMethod = "unsupported compression method in zip reader";
+
+INSTANTIATE_TEST_SUITE_P(
+    Zip, Refused,
+    ::testing::Values(
+        Refusal{"multiDisk", "head -c 300000 /dev/urandom > src/top/big && cd src && zip -q -r -s 64k ../a.zip top", "",
+                "expansion of segmented multi-part archives not supported by zip reader"},
+        Refusal{"zip64FromPipe", "seq 1 1000 | zip -q - - | cat > a.zip", "", kMethod},
+        Refusal{"method7", "", "moby.zip", kMethod}, Refusal{"method9", "", "lorem-ipsum-deflate64.zip", kMethod},
+        Refusal{"method12", "", "bzip2-zip.zip", kMethod}, Refusal{"method99", "", "zip2-aes_archive.zip", kMethod},
+        Refusal{"wrongPassword", "", "password-encrypted.zip", "bad password in format::zip::EncryptionHeader::read()"},
+        Refusal{"wrongPasswordMadeByZip", "cd src && zip -q -r -P right ../a.zip top", "",
+                "bad password in format::zip::EncryptionHeader::read()"}),
+    [](const ::testing::TestParamInfo<Refusal>& info) { return std::string(info.param.title); });
+
+// The legacy methods of the peer archives, against their known text and,
+// where unzip has the method, against unzip.
+TEST(LegacyPeers, ExpandToTheirKnownContents) {
+    const std::string first = readFile(kData + "zip2-first.txt");
+    for (const char* name : {"zip2-shrink.zip", "zip2-reduce.zip", "zip2-implode.zip", "SHRUNK.ZIP",
+                             "imploding-4Kdict-2trees.zip", "imploding-8Kdict-3trees.zip", "lorem-ipsum-implode.zip"}) {
+        Scratch scratch;
+        fs::copy_file(kData + name, scratch.path() / "a.zip");
+        Ran tool = run(quote(CRATEWERK_PROGRAM) + " expand -q a.zip tool", scratch.path());
+        EXPECT_EQ(tool.status, 0) << name << tool.err;
+        const auto got = tree(scratch.path() / "tool");
+        if (std::string(name).rfind("zip2-", 0) == 0) {
+            ASSERT_EQ(got.size(), 1u) << name;
+            EXPECT_EQ(got.begin()->second, first) << name;
+        } else {
+            run("unzip -q -o a.zip -d reference", scratch.path());
+            EXPECT_EQ(got, tree(scratch.path() / "reference")) << name;
+        }
+    }
+}
+
+}  // namespace

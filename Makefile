@@ -3,7 +3,18 @@
 GENERATOR := -G Ninja
 JOBS ?= $(shell nproc)
 
-.PHONY: all setup release test asan test-asan bench clean
+# The Wine prefix that tools/setup.sh prepares, for the x86_64 Windows tests.
+export WINEPREFIX ?= $(HOME)/.wine-cratewerk
+export WINEDEBUG ?= -all
+export WINEDLLOVERRIDES ?= mscoree,mshtml=
+
+# Both mingw-w64 builds configure this same top-level CMakeLists.txt with a
+# toolchain file, so every target of the project appears in them by itself.
+WINDOWS_ARCHS := i686 x86_64
+windows_configure = cmake -S . -B build/windows-$(1) $(GENERATOR) -DCMAKE_BUILD_TYPE=Release \
+	-DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/cmake/toolchain-mingw-$(1).cmake -DCRATEWERK_BENCH=OFF
+
+.PHONY: all setup release test asan test-asan bench clean windows windows-tests
 
 all: release
 
@@ -14,8 +25,19 @@ release: setup
 	@cmake -S . -B build/release $(GENERATOR) -DCMAKE_BUILD_TYPE=Release
 	@cmake --build build/release -j $(JOBS)
 
-test: release
+test: release windows-tests
 	@cd build/release && ctest --output-on-failure -j $(JOBS)
+	@cd build/windows-x86_64 && ctest -L windows --output-on-failure -j $(JOBS)
+
+# Everything of both Windows builds: build/windows-i686, build/windows-x86_64.
+windows: setup
+	@$(foreach arch,$(WINDOWS_ARCHS),$(call windows_configure,$(arch)) >/dev/null && \
+		cmake --build build/windows-$(arch) -j $(JOBS) && ) true
+
+# Only the test programs of the x86_64 build, which `make test` runs under Wine.
+windows-tests: setup
+	@$(call windows_configure,x86_64) >/dev/null
+	@cmake --build build/windows-x86_64 -j $(JOBS) --target cratewerk_tests
 
 asan: setup
 	@cmake -S . -B build/asan $(GENERATOR) -DCMAKE_BUILD_TYPE=Debug -DCRATEWERK_SANITIZE=ON -DCRATEWERK_BENCH=OFF

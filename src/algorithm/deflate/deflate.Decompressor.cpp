@@ -1,0 +1,300 @@
+#include "algorithm/deflate/deflate.Decompressor.h"
+
+#include <cstring>
+
+#include "algorithm/algorithm.Exception.h"
+
+namespace algorithm::deflate {
+
+using zip::huft;
+
+const int Decompressor::border[19] = {16, 17, 18, 0, 8, 7, 9, 6, 10, 5, 11, 4, 12, 3, 13, 2, 14, 1, 15};
+const int Decompressor::cplens[31] = {3,  4,  5,  6,  7,  8,  9,  10, 11,  13,  15,  17,  19,  23, 27, 31,
+                                      35, 43, 51, 59, 67, 83, 99, 115, 131, 163, 195, 227, 258, 0,  0};
+const int Decompressor::cplext[31] = {0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2,
+                                      3, 3, 3, 3, 4, 4, 4, 4, 5, 5, 5, 5, 0, 99, 99};
+const int Decompressor::cpdist[32] = {1,    2,    3,    4,    5,    7,     9,     13,    17,  25, 33,
+                                      49,   65,   97,   129,  193,  257,   385,   513,   769, 1025, 1537,
+                                      2049, 3073, 4097, 6145, 8193, 12289, 16385, 24577, 0,   0};
+const int Decompressor::cpdext[32] = {0, 0, 0, 0, 1, 1, 2, 2,   3,  3, 4, 4, 5, 5, 6, 6,
+                                      7, 7, 8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13, 99, 99};
+const uint16_t Decompressor::mask[17] = {0x0000, 0x0001, 0x0003, 0x0007, 0x000F, 0x001F, 0x003F, 0x007F, 0x00FF,
+                                         0x01FF, 0x03FF, 0x07FF, 0x0FFF, 0x1FFF, 0x3FFF, 0x7FFF, 0xFFFF};
+
+namespace {
+
+[[noreturn]] void fail(const char* message) { throw Exception(message, "algorithm"); }
+
+// Frees the tables of one dynamic block on every path out of it.
+struct Tables {
+    zip::HuftHolder literals;
+    zip::HuftHolder distances;
+};
+
+} // namespace
+
+Decompressor::Decompressor() { std::memset(window_, 0, sizeof window_); }
+
+Decompressor::~Decompressor() { inflate_free(); }
+
+void Decompressor::inflate_free() {
+    zip::huft_free(fixedLiterals_);
+    zip::huft_free(fixedDistances_);
+    fixedLiterals_ = nullptr;
+    fixedDistances_ = nullptr;
+}
+
+// The bit input supplies zero bits forever once the data ends. Such bits can
+// decode as literals under some tables, so a stream that has used more bits
+// than its input holds is stopped here, at every block end and window flush.
+// A complete stream never reads past its own end.
+void Decompressor::checkInput(const Bits& bits) const {
+    if (consumed_ > bits.bytesRead() * 8) fail("error in compressed data in Decompressor");
+}
+
+uint32_t Decompressor::take(Bits& bits, unsigned n) {
+    uint32_t value = static_cast<uint32_t>(bits.Bits::peek(n)) & ((1u << n) - 1);
+    bits.Bits::skip(n);
+    consumed_ += n;
+    return value;
+}
+
+uint64_t Decompressor::process(stream::Input& in, stream::Output& out) {
+    const uint64_t start = out.tell();
+    position_ = 0;
+    consumed_ = 0;
+    Bits bits(in);
+    try {
+        while (inflateBlock(bits, out)) {
+        }
+        if (position_ != 0) out.write(reinterpret_cast<const char*>(window_), position_);
+        out.flush();
+    } catch (...) {
+        inflate_free();
+        throw;
+    }
+    inflate_free();
+    return out.tell() - start;
+}
+
+bool Decompressor::inflateBlock(Bits& bits, stream::Output& out) {
+    const bool last = take(bits, 1) != 0;
+    switch (take(bits, 2)) {
+    case stored:
+        inflateStored(bits, out);
+        break;
+    case fixed:
+        inflateFixed(bits, out);
+        break;
+    case dynamic:
+        inflateDynamic(bits, out);
+        break;
+    default:
+        fail("bad block type in Decompressor");
+    }
+    checkInput(bits);
+    return !last;
+}
+
+void Decompressor::inflateStored(Bits& bits, stream::Output& out) {
+    consumed_ += bits.bitsHeld() & 7;
+    bits.align();
+    const int32_t length = bits.Bits::read(16);
+    const int32_t complement = bits.Bits::read(16);
+    if (length < 0 || complement < 0 || length != (~complement & 0xFFFF))
+        fail("error in compressed data in Decompressor");
+    consumed_ += 32;
+    unsigned pos = position_;
+    for (int32_t i = 0; i < length; ++i) {
+        const int32_t c = bits.Bits::read(8);
+        if (c < 0) {
+            position_ = static_cast<uint16_t>(pos);
+            fail("error in compressed data in Decompressor");
+        }
+        window_[pos++] = static_cast<unsigned char>(c);
+        if (pos == windowSize) {
+            out.write(reinterpret_cast<const char*>(window_), windowSize);
+            pos = 0;
+        }
+    }
+    consumed_ += 8 * static_cast<uint64_t>(length);
+    position_ = static_cast<uint16_t>(pos);
+}
+
+void Decompressor::inflateFixed(Bits& bits, stream::Output& out) {
+    if (fixedLiterals_ == nullptr) {
+        int lengths[288];
+        int i = 0;
+        for (; i < 144; ++i) lengths[i] = 8;
+        for (; i < 256; ++i) lengths[i] = 9;
+        for (; i < 280; ++i) lengths[i] = 7;
+        for (; i < 288; ++i) lengths[i] = 8;
+        fixedLiteralBits_ = 7;
+        zip::huft_build(lengths, 288, 257, cplens, cplext, &fixedLiterals_, &fixedLiteralBits_);
+        for (i = 0; i < 30; ++i) lengths[i] = 5;
+        fixedDistanceBits_ = 5;
+        try {
+            zip::huft_build(lengths, 30, 0, cpdist, cpdext, &fixedDistances_, &fixedDistanceBits_);
+        } catch (...) {
+            inflate_free();
+            throw;
+        }
+    }
+    inflateCodes(bits, out, fixedLiterals_, fixedDistances_, fixedLiteralBits_, fixedDistanceBits_);
+}
+
+void Decompressor::inflateDynamic(Bits& bits, stream::Output& out) {
+    const int nl = 257 + static_cast<int>(take(bits, 5));
+    const int nd = 1 + static_cast<int>(take(bits, 5));
+    const int nb = 4 + static_cast<int>(take(bits, 4));
+    if (nl > 288 || nd > 32) fail("bad codeword lengths in Decompressor");
+
+    int lengths[288 + 32];
+    int j = 0;
+    for (; j < nb; ++j) lengths[border[j]] = static_cast<int>(take(bits, 3));
+    for (; j < 19; ++j) lengths[border[j]] = 0;
+
+    Tables tables;
+    {
+        zip::HuftHolder codeLengths;
+        codeLengths.bits = 7;
+        zip::huft_build(lengths, 19, 19, nullptr, nullptr, &codeLengths.table, &codeLengths.bits);
+        if (codeLengths.table == nullptr) fail("bad code in Decompressor");
+
+        const int n = nl + nd;
+        const unsigned width = static_cast<unsigned>(codeLengths.bits);
+        int i = 0;
+        int last = 0;
+        while (i < n) {
+            const huft* t = codeLengths.table + (static_cast<uint32_t>(bits.Bits::peek(width)) & mask[width]);
+            if (t->e == 99) fail("bad code in Decompressor");
+            bits.Bits::skip(t->b);
+            consumed_ += t->b;
+            const int symbol = t->v.n;
+            if (symbol < 16) {
+                lengths[i++] = last = symbol;
+            } else if (symbol == 16) {
+                int repeat = 3 + static_cast<int>(take(bits, 2));
+                if (i + repeat > n) fail("bad data (1) in Decompressor");
+                while (repeat-- != 0) lengths[i++] = last;
+            } else if (symbol == 17) {
+                int repeat = 3 + static_cast<int>(take(bits, 3));
+                if (i + repeat > n) fail("bad data (2) in Decompressor");
+                while (repeat-- != 0) lengths[i++] = 0;
+                last = 0;
+            } else {
+                int repeat = 11 + static_cast<int>(take(bits, 7));
+                if (i + repeat > n) fail("bad data (3) in Decompressor");
+                while (repeat-- != 0) lengths[i++] = 0;
+                last = 0;
+            }
+        }
+    }
+
+    tables.literals.bits = lbits;
+    zip::huft_build(lengths, nl, 257, cplens, cplext, &tables.literals.table, &tables.literals.bits);
+    tables.distances.bits = dbits;
+    zip::huft_build(lengths + nl, nd, 0, cpdist, cpdext, &tables.distances.table, &tables.distances.bits);
+    if (tables.literals.table == nullptr) fail("bad code in Decompressor");
+    inflateCodes(bits, out, tables.literals.table, tables.distances.table, tables.literals.bits,
+                 tables.distances.bits);
+}
+
+// The decoding loop. Literals go straight into the window; a match is copied
+// in stretches that end where either the source or the destination reaches
+// the end of the window, so that the byte loop needs no wrap test.
+void Decompressor::inflateCodes(Bits& bits, stream::Output& out, const huft* literalTable, const huft* distanceTable,
+                                int literalBits, int distanceBits) {
+    const unsigned lb = static_cast<unsigned>(literalBits);
+    const unsigned db = static_cast<unsigned>(distanceBits);
+    const uint32_t ml = mask[lb];
+    const uint32_t md = mask[db];
+    unsigned char* const window = window_;
+    unsigned pos = position_;
+    uint64_t used = consumed_;
+
+    auto flush = [&] {
+        out.write(reinterpret_cast<const char*>(window), windowSize);
+        pos = 0;
+        consumed_ = used;
+        checkInput(bits);
+    };
+
+    for (;;) {
+        const huft* t = literalTable + (static_cast<uint32_t>(bits.Bits::peek(lb)) & ml);
+        unsigned e = t->e;
+        while (e > 16) {
+            if (e == 99) {
+                position_ = static_cast<uint16_t>(pos);
+                fail("bad code in Decompressor");
+            }
+            bits.Bits::skip(t->b);
+            used += t->b;
+            e -= 16;
+            t = t->v.t + (static_cast<uint32_t>(bits.Bits::peek(e)) & mask[e]);
+            e = t->e;
+        }
+        bits.Bits::skip(t->b);
+        used += t->b;
+
+        if (e == 16) {
+            window[pos++] = static_cast<unsigned char>(t->v.n);
+            if (pos == windowSize) flush();
+            continue;
+        }
+        if (e == 15) break;
+
+        unsigned length = t->v.n + (static_cast<uint32_t>(bits.Bits::peek(e)) & mask[e]);
+        bits.Bits::skip(e);
+        used += e;
+
+        if (distanceTable == nullptr) {
+            position_ = static_cast<uint16_t>(pos);
+            fail("bad code in Decompressor");
+        }
+        t = distanceTable + (static_cast<uint32_t>(bits.Bits::peek(db)) & md);
+        e = t->e;
+        while (e > 16) {
+            if (e == 99) {
+                position_ = static_cast<uint16_t>(pos);
+                fail("bad code in Decompressor");
+            }
+            bits.Bits::skip(t->b);
+            used += t->b;
+            e -= 16;
+            t = t->v.t + (static_cast<uint32_t>(bits.Bits::peek(e)) & mask[e]);
+            e = t->e;
+        }
+        bits.Bits::skip(t->b);
+        used += t->b;
+        const unsigned distance = t->v.n + (static_cast<uint32_t>(bits.Bits::peek(e)) & mask[e]);
+        bits.Bits::skip(e);
+        used += e;
+
+        unsigned source = (pos - distance) & (windowSize - 1);
+        do {
+            unsigned stretch = windowSize - (source > pos ? source : pos);
+            if (stretch > length) stretch = length;
+            length -= stretch;
+            if (source + stretch <= pos) {
+                std::memcpy(window + pos, window + source, stretch);
+            } else if (source > pos) {
+                std::memmove(window + pos, window + source, stretch);
+            } else if (source < pos) {
+                // Overlapping forward copy: the pattern repeats.
+                unsigned char* to = window + pos;
+                const unsigned char* from = window + source;
+                const unsigned char* const end = to + stretch;
+                while (to != end) *to++ = *from++;
+            }
+            pos += stretch;
+            source += stretch;
+            if (source == windowSize) source = 0;
+            if (pos == windowSize) flush();
+        } while (length != 0);
+    }
+    position_ = static_cast<uint16_t>(pos);
+    consumed_ = used;
+}
+
+} // namespace algorithm::deflate

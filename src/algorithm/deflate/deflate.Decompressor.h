@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+
+#include "algorithm/bit.LSB.h"
+#include "algorithm/zip/zip.huft.h"
+#include "stream/stream.Transform.h"
+
+namespace algorithm::deflate {
+
+// Decodes raw Deflate (RFC 1951) with no frame and no check of its own. The
+// 32768-byte window is both the history and the output buffer: it is written
+// out whole each time it fills. One object serves stream after stream; the
+// window is not cleared between them.
+class Decompressor : public stream::Transform {
+public:
+    enum BlockType { stored = 0, fixed = 1, dynamic = 2 };
+
+    static constexpr unsigned windowSize = 32768;
+
+    Decompressor();
+    ~Decompressor() override;
+    Decompressor(const Decompressor&) = delete;
+    Decompressor& operator=(const Decompressor&) = delete;
+
+    using stream::Transform::process;
+    uint64_t process(stream::Input& in, stream::Output& out) override;
+
+    // The order of the code-length codes, the length and distance bases and
+    // extra bits (two invalid length symbols and two invalid distance symbols
+    // at the end), and the masks 2^n - 1.
+    static const int border[19];
+    static const int cplens[31];
+    static const int cplext[31];
+    static const int cpdist[32];
+    static const int cpdext[32];
+    static const uint16_t mask[17];
+    static constexpr int lbits = 9;
+    static constexpr int dbits = 6;
+
+protected:
+    using Bits = bit::LSBPeekInput<int32_t>;
+
+    bool inflateBlock(Bits& bits, stream::Output& out);
+    void inflateStored(Bits& bits, stream::Output& out);
+    void inflateFixed(Bits& bits, stream::Output& out);
+    void inflateDynamic(Bits& bits, stream::Output& out);
+    void inflateCodes(Bits& bits, stream::Output& out, const zip::huft* literalTable, const zip::huft* distanceTable,
+                      int literalBits, int distanceBits);
+    void inflate_free();
+
+private:
+    uint32_t take(Bits& bits, unsigned n);
+    void checkInput(const Bits& bits) const;
+
+    unsigned char window_[windowSize];
+    uint16_t position_ = 0;
+    zip::huft* fixedLiterals_ = nullptr;
+    zip::huft* fixedDistances_ = nullptr;
+    int fixedLiteralBits_ = 7;
+    int fixedDistanceBits_ = 5;
+    uint64_t consumed_ = 0; // bits taken from the bit input in this stream
+};
+
+} // namespace algorithm::deflate

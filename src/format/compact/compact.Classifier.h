@@ -1,0 +1,16 @@
+#pragma once
+
+#include "format/format.Classifier.h"
+
+namespace format::compact {
+
+// Unix compact: 0xFF 0x1F at the start.
+class Classifier : public format::Classifier {
+public:
+    Classifier();
+    bool recognizes(unsigned offset) const override;
+    bool confirms(unsigned offset) const override;
+    unsigned candidate(unsigned from) const override;
+};
+
+}  // namespace format::compact

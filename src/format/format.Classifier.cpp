@@ -1,0 +1,90 @@
+#include "format/format.Classifier.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "stream/stream.Input.h"
+
+namespace format {
+
+unsigned Classifier::find(unsigned from, unsigned char c) const {
+    unsigned size = blockSize();
+    if (from >= size) return size;
+    const void* hit = std::memchr(bytes() + from, c, size - from);
+    return hit ? static_cast<unsigned>(static_cast<const unsigned char*>(hit) - bytes()) : size;
+}
+
+void MultiClassifier::add(Classifier* classifier) {
+    classifiers.push_back(classifier);
+    std::stable_sort(classifiers.begin(), classifiers.end(),
+                     [](const Classifier* a, const Classifier* b) { return a->priority > b->priority; });
+}
+
+void MultiClassifier::remove(Classifier* classifier) {
+    auto found = std::find(classifiers.begin(), classifiers.end(), classifier);
+    if (found != classifiers.end()) classifiers.erase(found);
+}
+
+void MultiClassifier::classify(stream::Input& input, unsigned size) {
+    std::unique_ptr<char[]> buffer(new char[size ? size : 1]);
+    uint32_t count = size ? input.read(buffer.get(), size) : 0;
+    if (count == 0) {
+        winner = nullptr;
+        offset = 0;
+        return;
+    }
+    classify(buffer.get(), count);
+}
+
+unsigned MultiClassifier::match(Classifier* classifier, unsigned at) {
+    if (classifier->recognizes(at) && classifier->confirms(at)) {
+        winner = classifier;
+        return static_cast<unsigned>(classifier->offset());
+    }
+    winner = nullptr;
+    return 0;
+}
+
+unsigned MultiClassifier::match(unsigned at) {
+    for (Classifier* classifier : classifiers) {
+        if (classifier->recognizes(at) && classifier->confirms(at)) {
+            winner = classifier;
+            return static_cast<unsigned>(classifier->offset());
+        }
+    }
+    winner = nullptr;
+    return 0;
+}
+
+void MultiClassifier::classify(char* data, unsigned size) {
+    block_.assign(data, data + size);
+    for (Classifier* classifier : classifiers) classifier->data = &block_;
+
+    unsigned adjustment = match(0u);
+    unsigned found = 0;
+    if (winner == nullptr && size != 0) {
+        for (Classifier* classifier : classifiers) {
+            for (unsigned at = classifier->candidate(1); at < size; at = classifier->candidate(at + 1)) {
+                adjustment = match(classifier, at);
+                if (winner != nullptr) {
+                    found = at;
+                    break;
+                }
+            }
+            if (winner != nullptr) break;
+        }
+    }
+    if (winner != nullptr && found != 0) {
+        // What stands before the match is looked at once more by an empty
+        // classifier; it finds nothing, so the winner stands.
+        MultiClassifier prefix;
+        prefix.classify(block_.data(), found);
+        if (prefix.winner != nullptr) {
+            winner = prefix.winner;
+            found = prefix.offset;
+        }
+    }
+    offset = found + adjustment;
+}
+
+}  // namespace format

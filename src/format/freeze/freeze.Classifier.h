@@ -1,0 +1,16 @@
+#pragma once
+
+#include "format/format.Classifier.h"
+
+namespace format::freeze {
+
+// Freeze: 0x1F 0x9E or 0x1F 0x9F at the start.
+class Classifier : public format::Classifier {
+public:
+    Classifier();
+    bool recognizes(unsigned offset) const override;
+    bool confirms(unsigned offset) const override;
+    unsigned candidate(unsigned from) const override;
+};
+
+}  // namespace format::freeze

@@ -1,0 +1,97 @@
+#include "io/io.SafePath.h"
+
+#include <cctype>
+
+#include "io/io.Exception.h"
+#include "io/io.Path.h"
+
+namespace io {
+
+namespace {
+
+bool onlyDots(const std::string& text) { return text.find_first_not_of('.') == std::string::npos; }
+
+#ifdef _WIN32
+bool deviceName(const std::string& component) {
+    std::string base = component.substr(0, component.find('.'));
+    while (!base.empty() && base.back() == ' ') base.pop_back();
+    for (char& c : base) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    if (base == "CON" || base == "PRN" || base == "AUX" || base == "NUL" || base == "CONIN$" || base == "CONOUT$")
+        return true;
+    return base.size() == 4 && (base.compare(0, 3, "COM") == 0 || base.compare(0, 3, "LPT") == 0) &&
+           base[3] >= '1' && base[3] <= '9';
+}
+#endif
+
+// Cuts a component to the longest allowed length, keeping a short extension,
+// and never in the middle of a UTF-8 sequence.
+void limitLength(std::string& component) {
+    if (component.size() <= Path::maxComponent) return;
+    std::string extension;
+    std::string::size_type dot = component.rfind('.');
+    if (dot != std::string::npos && dot > 0 && component.size() - dot <= 32) extension = component.substr(dot);
+    size_t keep = Path::maxComponent - extension.size();
+    while (keep > 0 && (static_cast<unsigned char>(component[keep]) & 0xC0) == 0x80) --keep;
+    component = component.substr(0, keep) + extension;
+}
+
+std::string clean(std::string component, bool first) {
+    if (first && component.size() >= 2 && component[1] == ':' &&
+        std::isalpha(static_cast<unsigned char>(component[0])))
+        component.erase(0, 2);
+    std::string kept;
+    for (char c : component)
+        if (Path::pathChar(c)) kept += c;
+#ifdef _WIN32
+    for (char& c : kept)
+        if (c == ':') c = '_';
+    while (!kept.empty() && (kept.back() == '.' || kept.back() == ' ')) kept.pop_back();
+    if (!kept.empty() && deviceName(kept)) kept.insert(kept.begin(), '_');
+#endif
+    if (onlyDots(kept)) return std::string();
+    limitLength(kept);
+    return kept;
+}
+
+} // namespace
+
+std::vector<std::string> safeComponents(const std::string& storedName) {
+    std::vector<std::string> components;
+    std::string::size_type start = 0;
+    bool first = true;
+    while (start <= storedName.size()) {
+        std::string::size_type stop = storedName.find_first_of(Path::separators, start);
+        if (stop == std::string::npos) stop = storedName.size();
+        std::string raw = storedName.substr(start, stop - start);
+        std::string component = clean(raw, first);
+        if (!raw.empty()) first = false;
+        if (!component.empty()) components.push_back(component);
+        start = stop + 1;
+    }
+    return components;
+}
+
+std::string safePath(const std::string& outputFolder, const std::string& storedName) {
+    std::vector<std::string> components = safeComponents(storedName);
+    if (components.empty()) return outputFolder.empty() ? std::string(".") : outputFolder;
+
+    std::string path = outputFolder;
+    if (!path.empty() && path.back() != Path::separator && path.back() != '/') path += Path::separator;
+    for (size_t i = 0; i < components.size(); ++i) {
+        std::string candidate = path + components[i];
+        if (Path::link(candidate)) {
+            PathSplitter split(components[i]);
+            bool found = false;
+            for (uint32_t n = 1; n <= 999 && !found; ++n) {
+                candidate = path + split.name() + "_" + std::to_string(n) + split.extension();
+                found = !Path::link(candidate);
+            }
+            if (!found) throw Exception("io::safePath() cannot avoid the symbolic link " + path + components[i]);
+        }
+        path = candidate;
+        if (i + 1 < components.size()) path += Path::separator;
+    }
+    return path;
+}
+
+} // namespace io

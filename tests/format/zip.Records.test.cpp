@@ -1,0 +1,374 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "algorithm/zipcrypt.Cipher.h"
+#include "format/format.Exception.h"
+#include "format/zip/zip.CentralHeader.h"
+#include "format/zip/zip.EncryptionHeader.h"
+#include "format/zip/zip.EndHeader.h"
+#include "format/zip/zip.ExtendedHeader.h"
+#include "format/zip/zip.LocalHeader.h"
+#include "stream/stream.Vector.h"
+#include "un/un.assert.h"
+
+namespace {
+
+using namespace format::zip;
+
+// A seekable input over bytes in memory that counts its reads.
+class MemoryInput : public stream::random::Input {
+public:
+    explicit MemoryInput(std::vector<char> data) : data_(std::move(data)) {}
+    using stream::Input::read;
+    int read() override {
+        ++reads;
+        return position_ < data_.size() ? static_cast<unsigned char>(data_[position_++]) : -1;
+    }
+    uint32_t read(char* buffer, uint32_t count) override {
+        ++reads;
+        uint32_t n = 0;
+        while (n < count && position_ < data_.size()) buffer[n++] = data_[position_++];
+        return n;
+    }
+    void seek(uint64_t position) override { position_ = static_cast<size_t>(position); }
+    uint64_t tell() const override { return position_; }
+    uint64_t size() const override { return data_.size(); }
+
+    int reads = 0;
+
+private:
+    std::vector<char> data_;
+    size_t position_ = 0;
+};
+
+std::vector<char> bytesOf(const format::Header& header) {
+    std::vector<char> bytes;
+    stream::VectorOutput out(bytes);
+    header.write(out);
+    return bytes;
+}
+
+std::string messageOf(const std::function<void()>& run) {
+    try {
+        run();
+    } catch (const format::Exception& e) {
+        EXPECT_EQ(e.kind(), "format");
+        return e.what();
+    }
+    return "";
+}
+
+TEST(ZipRecords, LocalHeaderRoundTrip) {
+    LocalHeader h;
+    h.versionNeeded(20);
+    h.flags(8);
+    h.method(8);
+    h.time(0x6B21);
+    h.date(0x5A75);
+    h.crc(0xDEADBEEF);
+    h.compressedSize(1234);
+    h.uncompressedSize(5678);
+    h.name("folder/file.txt");
+    h.extra(std::string("UT\x05\0\x01\x02\x03\x04\x05", 9));
+    std::vector<char> bytes = bytesOf(h);
+    ASSERT_EQ(bytes.size(), h.size());
+    EXPECT_EQ(bytes.size(), 30u + 15 + 9);
+    EXPECT_EQ(std::string(bytes.data(), 4), "PK\3\4");
+    EXPECT_EQ(static_cast<unsigned char>(bytes[14]), 0xEF); // CRC, least significant byte first
+
+    LocalHeader r;
+    stream::VectorInput in(bytes);
+    r.read(in, true);
+    EXPECT_TRUE(r.valid());
+    EXPECT_EQ(r.crc(), 0xDEADBEEFu);
+    EXPECT_EQ(r.compressedSize(), 1234u);
+    EXPECT_EQ(r.uncompressedSize(), 5678u);
+    EXPECT_EQ(r.time(), 0x6B21);
+    EXPECT_EQ(r.date(), 0x5A75);
+    EXPECT_EQ(r.name(), h.name());
+    EXPECT_EQ(r.extra(), h.extra());
+    EXPECT_FALSE(r.folder());
+    r.name("folder/");
+    EXPECT_TRUE(r.folder());
+}
+
+TEST(ZipRecords, LocalHeaderValidity) {
+    struct Row {
+        uint16_t method;
+        uint16_t version;
+        bool valid;
+    };
+    for (Row row : {Row{0, 10, true}, Row{7, 20, true}, Row{8, 0x0314, true}, Row{9, 20, false}, Row{99, 51, false},
+                    Row{8, 21, false}, Row{8, 45, false}}) {
+        LocalHeader h;
+        h.method(row.method);
+        h.versionNeeded(row.version);
+        EXPECT_EQ(h.valid(), row.valid) << row.method << " " << row.version;
+    }
+}
+
+TEST(ZipRecords, CentralHeaderRoundTripAndLocal) {
+    CentralHeader h;
+    h.versionMadeBy(0x031E);
+    h.versionNeeded(20);
+    h.flags(1);
+    h.method(8);
+    h.time(1);
+    h.date(2);
+    h.crc(3);
+    h.compressedSize(4);
+    h.uncompressedSize(5);
+    h.name("a/b");
+    h.extra("xy");
+    h.comment("note");
+    h.diskStart(0);
+    h.internalAttributes(1);
+    h.externalAttributes(0x81A40000);
+    h.localHeaderOffset(777);
+    std::vector<char> bytes = bytesOf(h);
+    ASSERT_EQ(bytes.size(), 46u + 3 + 2 + 4);
+    CentralHeader r;
+    stream::VectorInput in(bytes);
+    r.read(in, true);
+    EXPECT_TRUE(r.valid());
+    EXPECT_EQ(bytesOf(r), bytes);
+    EXPECT_EQ(r.externalAttributes(), 0x81A40000u);
+    EXPECT_EQ(r.localHeaderOffset(), 777u);
+    EXPECT_EQ(r.comment(), "note");
+
+    // The local header carries the shared fields, the name and the extra field.
+    std::vector<char> local;
+    stream::VectorOutput out(local);
+    h.writeLocal(out);
+    LocalHeader l;
+    stream::VectorInput localIn(local);
+    l.read(localIn, true);
+    EXPECT_EQ(local.size(), l.size());
+    EXPECT_EQ(l.versionNeeded(), 20);
+    EXPECT_EQ(l.flags(), 1);
+    EXPECT_EQ(l.crc(), 3u);
+    EXPECT_EQ(l.compressedSize(), 4u);
+    EXPECT_EQ(l.uncompressedSize(), 5u);
+    EXPECT_EQ(l.name(), "a/b");
+    EXPECT_EQ(l.extra(), "xy");
+}
+
+TEST(ZipRecords, EndAndExtendedRoundTrip) {
+    EndHeader e;
+    e.entries(3);
+    e.entriesOnDisk(3);
+    e.directorySize(200);
+    e.directoryOffset(1000);
+    e.comment("archive comment");
+    std::vector<char> bytes = bytesOf(e);
+    ASSERT_EQ(bytes.size(), 22u + 15);
+    EndHeader r;
+    stream::VectorInput in(bytes);
+    r.read(in, true);
+    EXPECT_EQ(bytesOf(r), bytes);
+
+    ExtendedHeader x;
+    x.crc(0x12345678);
+    x.compressedSize(9);
+    x.uncompressedSize(10);
+    std::vector<char> xb = bytesOf(x);
+    ASSERT_EQ(xb.size(), 16u);
+    EXPECT_EQ(std::string(xb.data(), 4), "PK\7\x08");
+    ExtendedHeader xr;
+    stream::VectorInput xin(xb);
+    xr.read(xin, true);
+    EXPECT_EQ(xr.crc(), 0x12345678u);
+    EXPECT_EQ(xr.uncompressedSize(), 10u);
+}
+
+TEST(ZipRecords, MessagesWordForWord) {
+    std::vector<char> junk(64, 'x');
+    auto readWith = [&](format::Header& h) {
+        stream::VectorInput in(junk);
+        h.read(in, true);
+    };
+    LocalHeader local;
+    CentralHeader central;
+    EndHeader end;
+    ExtendedHeader extended;
+    EXPECT_EQ(messageOf([&] { readWith(local); }), "bad header artfact in format::zip::LocalHeader::read()");
+    EXPECT_EQ(messageOf([&] { readWith(central); }), "bad header artfact in format::zip::CentralHeader::read()");
+    EXPECT_EQ(messageOf([&] { readWith(end); }), "bad header artfact in format::zip::EndHeader::read()");
+    EXPECT_EQ(messageOf([&] { readWith(extended); }), "bad header artfact in format::zip::ExtendedHeader::read()");
+
+    // Without the check the record is read and reports itself invalid.
+    stream::VectorInput in(junk);
+    local.read(in, false);
+    EXPECT_FALSE(local.valid());
+
+    const std::string longText(65536, 'n');
+    std::vector<char> sink;
+    stream::VectorOutput out(sink);
+    LocalHeader l1;
+    l1.name(longText);
+    EXPECT_EQ(messageOf([&] { l1.write(out); }), "file name is too long in format::zip::LocalHeader::write()");
+    LocalHeader l2;
+    l2.extra(longText);
+    EXPECT_EQ(messageOf([&] { l2.write(out); }), "extra data is too long in format::zip::LocalHeader::write()");
+    CentralHeader c1;
+    c1.name(longText);
+    EXPECT_EQ(messageOf([&] { c1.write(out); }), "file name is too long in format::zip::CentralHeader::writeCommon()");
+    EXPECT_EQ(messageOf([&] { c1.writeLocal(out); }),
+              "file name is too long in format::zip::CentralHeader::writeCommon()");
+    CentralHeader c2;
+    c2.extra(longText);
+    EXPECT_EQ(messageOf([&] { c2.write(out); }), "extra field is too long in format::zip::CentralHeader::writeCommon()");
+    CentralHeader c3;
+    c3.comment(longText);
+    EXPECT_EQ(messageOf([&] { c3.write(out); }), "file comment is too long in format::zip::CentralHeader::write()");
+    EndHeader e1;
+    e1.comment(longText);
+    EXPECT_EQ(messageOf([&] { e1.write(out); }), "file comment is too long in format::zip::CentralHeader::write()");
+    EXPECT_TRUE(sink.empty());
+
+    // The longest strings still fit.
+    LocalHeader l3;
+    l3.name(std::string(65535, 'n'));
+    l3.extra(std::string(65535, 'e'));
+    l3.write(out);
+    EXPECT_EQ(sink.size(), LocalHeader::max_size());
+}
+
+TEST(ZipRecords, AssertionText) {
+    try {
+        un_assert(1 + 1 == 3);
+        FAIL();
+    } catch (const un::exception& e) {
+        EXPECT_EQ(e.kind(), "Assertion Failure");
+        EXPECT_EQ(std::string(e.what()),
+                  std::string("Assertion (1 + 1 == 3) failed in \"") + __FILE__ + "\" on line " +
+                      std::to_string(__LINE__ - 6) + "\n");
+    }
+}
+
+// An archive body: some bytes, an end record with the given comment, and
+// bytes after it.
+std::vector<char> archive(size_t before, const std::string& comment, const std::string& after = "") {
+    std::vector<char> data;
+    EndHeader e;
+    e.comment(comment);
+    stream::VectorOutput out(data);
+    out.fill(before, 'd');
+    e.write(out);
+    data.insert(data.end(), after.begin(), after.end());
+    return data;
+}
+
+struct LocateCase {
+    const char* name;
+    std::vector<char> data;
+    uint64_t expected;
+};
+
+class Locate : public ::testing::TestWithParam<LocateCase> {};
+
+TEST_P(Locate, FindsTheRecordNearestTheEnd) {
+    MemoryInput in(GetParam().data);
+    EndHeader e;
+    EXPECT_EQ(e.locate(in), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, Locate,
+    ::testing::Values(LocateCase{"lastBytes", archive(100, ""), 100},
+                      LocateCase{"onlyRecord", archive(0, ""), 0},
+                      LocateCase{"withComment", archive(100, "a comment"), 100},
+                      LocateCase{"trailingGarbage", archive(100, "", "garbage"), 100},
+                      LocateCase{"longestComment", archive(10, std::string(65535, 'c')), 10},
+                      // The record starts 65558 bytes from the end: one byte out of reach.
+                      LocateCase{"tooFarBack", archive(10, "", std::string(65536, 'g')), EndHeader::notFound},
+                      LocateCase{"justInReach", archive(10, "", std::string(65535, 'g')), 10},
+                      // A signature in the comment, after the real record, hides it.
+                      LocateCase{"signatureInComment", archive(50, std::string("xxPK\5\6yy", 8) + std::string(30, 'z')),
+                                 50 + 22 + 2},
+                      LocateCase{"none", std::vector<char>(5000, 'q'), EndHeader::notFound},
+                      LocateCase{"tooShort", std::vector<char>(21, 'q'), EndHeader::notFound}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(ZipRecords, LocateReadsNothingBelow22Bytes) {
+    MemoryInput in(std::vector<char>{'P', 'K', 5, 6});
+    EndHeader e;
+    EXPECT_EQ(e.locate(in), EndHeader::notFound);
+    EXPECT_EQ(in.reads, 0);
+}
+
+// Made by Info-ZIP zip 3.0: "zip -0 -P secret", a stored entry with a data
+// descriptor, so that the check byte is the top byte of the DOS time 0x310B.
+const unsigned char infoZipEntry[] = {0x4b, 0x37, 0x1d, 0x04, 0xd0, 0x4d, 0x9d, 0xe0, 0x74, 0xe9, 0xd2,
+                                      0x8b, 0xc2, 0xcb, 0x6b, 0x36, 0x4f, 0xc5, 0x23, 0x1a, 0x62, 0x00,
+                                      0x27, 0x11, 0x6e, 0xcf, 0xf8, 0x0b, 0xae, 0xf1, 0x2c};
+
+TEST(ZipCrypt, DecryptsAnInfoZipEntry) {
+    std::vector<char> data(std::begin(infoZipEntry), std::end(infoZipEntry));
+    algorithm::zipcrypt::Cipher cipher(algorithm::Password("secret"));
+    EncryptionHeader header(cipher);
+    header.expect(static_cast<char>(0x31));
+    stream::VectorInput in(data);
+    header.read(in, true);
+    EXPECT_TRUE(header.valid());
+    algorithm::zipcrypt::Input plain(in, cipher);
+    char text[19];
+    ASSERT_EQ(plain.read(text, sizeof text), 19u);
+    EXPECT_EQ(std::string(text, 19), "Hello, Zip cipher!\n");
+
+    // The wrong password fails on the check byte.
+    algorithm::zipcrypt::Cipher wrong(std::string("Secret"));
+    EncryptionHeader bad(wrong);
+    bad.expect(static_cast<char>(0x31));
+    stream::VectorInput again(data);
+    EXPECT_EQ(messageOf([&] { bad.read(again, true); }), "bad password in format::zip::EncryptionHeader::read()");
+}
+
+TEST(ZipCrypt, HeaderAndDataRoundTrip) {
+    algorithm::zipcrypt::Cipher writer(std::string("pass word"));
+    EncryptionHeader out(writer);
+    std::vector<char> bytes;
+    stream::VectorOutput vo(bytes);
+    EXPECT_EQ(messageOf([&] { out.write(vo); }), "must have an expect value in format::zip::EncryptionHeader::write()");
+    EXPECT_TRUE(bytes.empty());
+    out.expect(static_cast<char>(0xA7));
+    out.write(vo);
+    ASSERT_EQ(bytes.size(), 12u);
+
+    std::string text(10000, '\0');
+    for (size_t i = 0; i < text.size(); ++i) text[i] = static_cast<char>(i * 7 + i / 300);
+    const std::string original = text;
+    algorithm::zipcrypt::Output encrypting(vo, writer);
+    encrypting.write(text.data(), 6000);
+    EXPECT_EQ(text, original); // the block form leaves the caller's bytes alone
+    for (size_t i = 6000; i < 6010; ++i) encrypting.write(text[i]);
+    encrypting.write(text.data() + 6010, static_cast<uint32_t>(text.size() - 6010));
+    encrypting.fill(5, 'f');
+    ASSERT_EQ(bytes.size(), 12 + text.size() + 5);
+    EXPECT_NE(std::string(bytes.data() + 12, text.size()), text);
+
+    algorithm::zipcrypt::Cipher reader(std::string("pass word"));
+    EncryptionHeader in(reader);
+    in.expect(static_cast<char>(0xA7));
+    stream::VectorInput vi(bytes);
+    in.read(vi, true);
+    EXPECT_EQ(std::string(in.bytes(), 11), std::string(out.bytes(), 11));
+    algorithm::zipcrypt::Input decrypting(vi, reader);
+    EXPECT_EQ(decrypting.skip(100), 100u); // skipped bytes still move the keys
+    std::string back(text.size() - 100, '\0');
+    ASSERT_EQ(decrypting.read(back.data(), static_cast<uint32_t>(back.size())), back.size());
+    EXPECT_EQ(back, text.substr(100));
+    EXPECT_EQ(decrypting.read(), 'f');
+
+    // begin() restarts the keys: the same cipher decrypts the header again.
+    reader.begin();
+    EncryptionHeader again(reader);
+    again.expect(static_cast<char>(0xA7));
+    stream::VectorInput vi2(bytes);
+    again.read(vi2, true);
+}
+
+} // namespace

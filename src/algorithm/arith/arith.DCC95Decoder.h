@@ -38,6 +38,12 @@ public:
 
     bit::MSBInput<int32_t>& input() const { return in_; }
 
+    // A well-formed stream never makes the decoder read past its end by more
+    // than the padding of its last byte; a damaged one can leave it drawing -1
+    // bits forever. Past this many the caller gives the stream up.
+    bool exhausted() const { return in_.misses() > maxMisses; }
+    static constexpr uint64_t maxMisses = 4096;
+
     static constexpr int bits = 26;
 
 private:

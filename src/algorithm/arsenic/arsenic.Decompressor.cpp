@@ -11,14 +11,8 @@ namespace algorithm::arsenic {
 
 namespace {
 
-// A well-formed stream never makes the decoder read past its end by more than
-// the padding of its last byte. A damaged one can leave it drawing -1 bits
-// forever; past this many the stream is given up rather than decoded on.
-constexpr uint64_t maxMisses = 4096;
-
 void checkEnd(const arith::DCC95Decoder& decoder) {
-    if (decoder.input().misses() > maxMisses)
-        throw Exception("unexpected end of compressed stream", Decompressor::source);
+    if (decoder.exhausted()) throw Exception(endOfStream, Decompressor::source);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "algorithm/arsenic/arsenic.DecompressorModel.h"
 
+#include "algorithm/algorithm.Exception.h"
 #include "un/un.exception.h"
 
 namespace algorithm::arsenic {
@@ -45,6 +46,7 @@ void DecompressorMTFModel::decode() {
             length += 2 * weight;
         if (weight < saturated) weight *= 2;
         if (length > saturated) length = saturated;
+        if (decoder.exhausted()) throw Exception(endOfStream, "algorithm::arsenic::Decompressor");
         next();
     } while (value == 0x101 || value == 0x102);
     inRun = false;

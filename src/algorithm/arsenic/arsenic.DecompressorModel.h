@@ -8,6 +8,9 @@
 
 namespace algorithm::arsenic {
 
+// The failure of a stream that the decoder has run far past the end of.
+constexpr const char* endOfStream = "unexpected end of compressed stream";
+
 // A zero-order model that takes its symbols from the arithmetic decoder.
 class DecompressorModel : public ZeroOrderModel {
 public:

@@ -382,14 +382,8 @@ void Compressor::encodeMTF(arith::DCC95Coder& coder) {
             ++run;
             continue;
         }
-        unsigned char previous = list[0];
-        int index = 1;
-        for (;; ++index) {
-            unsigned char here = list[index];
-            list[index] = previous;
-            if (here == c) break;
-            previous = here;
-        }
+        const int index = static_cast<int>(static_cast<const unsigned char*>(std::memchr(list, c, 256)) - list);
+        std::memmove(list + 1, list, static_cast<size_t>(index));
         list[0] = c;
         model.run(run);
         run = 0;

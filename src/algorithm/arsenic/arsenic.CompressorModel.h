@@ -23,8 +23,7 @@ public:
 protected:
     void send(int symbol) {
         ALGORITHM_ASSERT(symbol >= 0 && symbol < symbols, "isValidSymbol(symbol)");
-        uint32_t low = 0;
-        for (int i = 0; i < symbol; ++i) low += frequencies[i];
+        uint32_t low = below(symbol);
         coder.encode(low, low + frequencies[symbol], total);
         adapt(symbol);
     }

@@ -30,9 +30,8 @@ protected:
     // One symbol: the search runs up from symbol 0 over the cumulative counts.
     int next() {
         uint32_t v = decoder.get(total);
-        int symbol = 0;
-        uint32_t high = frequencies[0];
-        while (high <= v) high += frequencies[++symbol];
+        uint32_t high;
+        int symbol = find(v, high);
         decoder.decode(high - frequencies[symbol], high, total);
         ALGORITHM_ASSERT(symbol >= 0 && symbol < symbols, "isValidSymbol(symbol)");
         adapt(symbol);

@@ -22,6 +22,7 @@ public:
     virtual void reset() {
         for (int i = 0; i < symbols; ++i) frequencies[i] = static_cast<uint32_t>(increment);
         total = static_cast<uint32_t>(increment) * static_cast<uint32_t>(symbols);
+        sumGroups();
     }
     virtual void update(int symbol) { adapt(symbol); }
     virtual bool isValidSymbol(int symbol) const { return symbol >= 0 && symbol < symbols; }
@@ -35,17 +36,50 @@ protected:
     void adapt(int symbol) {
         total += static_cast<uint32_t>(increment);
         frequencies[symbol] += static_cast<uint32_t>(increment);
+        groups[symbol >> groupShift] += static_cast<uint32_t>(increment);
         if (total > static_cast<uint32_t>(limit)) {
             total = 0;
             for (int i = 0; i < symbols; ++i) {
                 frequencies[i] = (frequencies[i] + 1) >> 1;
                 total += frequencies[i];
             }
+            sumGroups();
         }
+    }
+
+    // The sum of the frequencies below `symbol`.
+    uint32_t below(int symbol) const {
+        uint32_t low = 0;
+        for (int g = 0; g < (symbol >> groupShift); ++g) low += groups[g];
+        for (int i = symbol & ~(groupSize - 1); i < symbol; ++i) low += frequencies[i];
+        return low;
+    }
+
+    // The symbol whose cumulative range holds the count v < total: the first
+    // whose frequencies up to and including its own exceed v. Sets `high` to
+    // that cumulative frequency.
+    int find(uint32_t v, uint32_t& high) const {
+        uint32_t base = 0;
+        int g = 0;
+        while (base + groups[g] <= v) base += groups[g++];
+        int symbol = g << groupShift;
+        high = base + frequencies[symbol];
+        while (high <= v) high += frequencies[++symbol];
+        return symbol;
+    }
+
+    // Sums of groups of 16 frequencies, so that a search or a cumulative count
+    // over the larger models takes a few steps per group.
+    static constexpr int groupShift = 4;
+    static constexpr int groupSize = 1 << groupShift;
+    void sumGroups() {
+        for (auto& g : groups) g = 0;
+        for (int i = 0; i < symbols; ++i) groups[i >> groupShift] += frequencies[i];
     }
 
     int symbols;
     std::unique_ptr<uint32_t[]> frequencies;
+    uint32_t groups[256 >> groupShift] = {};
     uint32_t total = 0;
     int32_t increment;
     int32_t limit;

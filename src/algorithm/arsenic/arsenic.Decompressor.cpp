@@ -1,0 +1,166 @@
+#include "algorithm/arsenic/arsenic.Decompressor.h"
+
+#include <cstring>
+
+#include "algorithm/algorithm.Exception.h"
+#include "algorithm/arsenic/arsenic.Randomizer.h"
+#include "stream/check/crc.CRC.h"
+#include "stream/check/crc.Streams.h"
+
+namespace algorithm::arsenic {
+
+namespace {
+
+void checkEnd(const arith::DCC95Decoder& decoder) {
+    if (decoder.exhausted()) throw Exception(endOfStream, Decompressor::source);
+}
+
+} // namespace
+
+Decompressor::Decompressor() : counts(new uint32_t[256]), starts(new uint32_t[256]) {}
+
+Decompressor::~Decompressor() = default;
+
+void Decompressor::init(int n) {
+    if (n < 9 || n > 24) throw Exception("invalid block size", source);
+    if (blockBits != 0 && (blockBits < 9 || blockBits > 24)) throw Exception("invalid existing block size", source);
+    if (blockBits < n) {
+        block.reset();
+        mtfBlock.reset();
+        block.reset(new unsigned char[size_t(1) << n]);
+        mtfBlock.reset(new unsigned char[size_t(1) << n]);
+    }
+}
+
+void FastDecompressor::init(int n) {
+    int previous = blockBits;
+    Decompressor::init(n);
+    if (previous < n) {
+        transform = std::vector<uint32_t>();
+        transform.assign(size_t(1) << n, 0);
+        blockBits = n;
+    }
+}
+
+uint64_t Decompressor::process(stream::Input& in, stream::Output& out) {
+    uint64_t start = out.tell();
+    bit::MSBInput<int32_t> bits(in);
+    crc::EthernetCRC crc(0xFFFFFFFFu);
+    crc::CRC32Output crcOutput(out, crc);
+
+    arith::DCC95Decoder decoder(bits);
+    DecompressorBitModel bitModel(decoder);
+
+    uint32_t first = bitModel.get(8);
+    uint32_t second = bitModel.get(8);
+    int size = static_cast<int>(bitModel.get(4)) + 9;
+    if (first != 0x41 || second != 0x73 || size < 9 || size > 24) throw Exception("not a compressed stream", source);
+    init(size);
+
+    while (bitModel.get() == 0) {
+        checkEnd(decoder);
+        randomized = bitModel.get() != 0;
+        uint32_t length = 0;
+        int32_t primary = decodeMTF(length, bitModel, decoder);
+        uint32_t n = reverseBWT(length, static_cast<uint32_t>(primary));
+        decode(n, crcOutput);
+    }
+    crcOutput.flush();
+    out.flush();
+
+    uint32_t check = bitModel.get(32);
+    if (check != ~crc.value()) throw Exception("CRC checksum mismatch; output data is invalid", source);
+    return out.tell() - start;
+}
+
+int32_t Decompressor::decodeMTF(uint32_t& count, DecompressorBitModel& bitModel, arith::DCC95Decoder& decoder) {
+    DecompressorMTFModel model(decoder);
+    const uint32_t capacity = uint32_t(1) << blockBits;
+    int32_t primary = static_cast<int32_t>(bitModel.get(blockBits));
+
+    unsigned char list[256];
+    for (int i = 0; i < 256; ++i) list[i] = static_cast<unsigned char>(i);
+    count = 0;
+    model.next();
+    unsigned char* const output = mtfBlock.get();
+    while (!model.end()) {
+        if (count >= capacity) throw Exception("block overrun", source);
+        if (model.isRun()) {
+            // A run may fill the block exactly but never pass its end.
+            uint32_t n = static_cast<uint32_t>(model.get());
+            if (n > capacity - count) throw Exception("block overrun", source);
+            std::memset(output + count, list[0], n);
+            count += n;
+        } else {
+            int i = model.get();
+            unsigned char c = list[i];
+            std::memmove(list + 1, list, static_cast<size_t>(i));
+            list[0] = c;
+            output[count++] = c;
+            if ((count & 0xFFFF) == 0) checkEnd(decoder);
+            model.next();
+        }
+    }
+    return primary;
+}
+
+uint32_t FastDecompressor::reverseBWT(uint32_t length, uint32_t primary) {
+    uint32_t* const t = transform.data();
+    const unsigned char* const mtf = mtfBlock.get();
+    unsigned char* const out = block.get();
+    std::memset(counts.get(), 0, 256 * sizeof(uint32_t));
+    for (uint32_t i = 0; i < length; ++i) ++counts[mtf[i]];
+    starts[0] = 0;
+    for (int i = 1; i < 256; ++i) starts[i] = starts[i - 1] + counts[i - 1];
+    for (uint32_t i = 0; i < length; ++i) t[starts[mtf[i]]++] = i;
+
+    // The primary index is not checked against the length: a bad one reads a
+    // stale entry, still inside the vector, and the check value catches it.
+    uint32_t p = t[primary];
+    const uint32_t interval = static_cast<uint32_t>(achtungInterval);
+    for (uint32_t i = 0; i < length;) {
+        achtung.dispatch();
+        uint32_t stop = length - i < interval ? length : i + interval;
+        for (; i < stop; ++i) {
+            out[i] = mtf[p];
+            p = t[p];
+        }
+    }
+    return length;
+}
+
+void Decompressor::decode(uint32_t length, stream::Output& out) {
+    unsigned char* const data = block.get();
+    if (randomized) Randomizer::randomize(reinterpret_cast<char*>(data), length);
+
+    constexpr uint32_t bufferSize = 65536;
+    char buffer[bufferSize];
+    uint32_t held = 0;
+    int previous = 0;
+    int repeats = 0;
+    uint32_t position = 0;
+    while (position < length) {
+        if (held > bufferSize - 256) {
+            out.write(buffer, held);
+            held = 0;
+        }
+        int b = data[position++];
+        buffer[held++] = static_cast<char>(b);
+        if (b == previous) {
+            if (++repeats > 3) {
+                // The count byte; a block that ends on four equal bytes has
+                // none, which well-formed streams never do.
+                uint32_t n = position < length ? data[position++] : 0;
+                std::memset(buffer + held, b, n);
+                held += n;
+                repeats = 0;
+            }
+        } else {
+            repeats = 1;
+        }
+        previous = b;
+    }
+    if (held != 0) out.write(buffer, held);
+}
+
+} // namespace algorithm::arsenic

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "algorithm/arith/arith.DCC95Decoder.h"
+#include "algorithm/arsenic/arsenic.Achtung.h"
+#include "algorithm/arsenic/arsenic.DecompressorModel.h"
+#include "stream/stream.Transform.h"
+
+namespace algorithm::arsenic {
+
+// Expands an Arsenic stream: a header ("As" and the block size), blocks of
+// move-to-front symbols under adaptive arithmetic coding, each reversed through
+// the block-sorting transform, de-randomised and run-length expanded, and a
+// CRC-32 of the output at the end. Buffers grow to the largest block size met
+// and are kept for the next stream.
+class Decompressor : public stream::Transform {
+public:
+    Decompressor();
+    ~Decompressor() override;
+
+    using stream::Transform::process;
+    uint64_t process(stream::Input& in, stream::Output& out) override;
+
+    // Makes the buffers hold blocks of 2^blockBits bytes (9 to 24).
+    virtual void init(int blockBits);
+
+    AchtungDispatcher& achtungListeners() { return achtung; }
+
+    static constexpr const char* source = "algorithm::arsenic::Decompressor";
+
+protected:
+    // Decodes one block's move-to-front symbols into mtfBlock; answers the
+    // primary index and sets `count` to the block's length.
+    virtual int32_t decodeMTF(uint32_t& count, DecompressorBitModel& bitModel, arith::DCC95Decoder& decoder);
+    // Reverses the transform of mtfBlock into block; answers the length.
+    virtual uint32_t reverseBWT(uint32_t length, uint32_t primary) = 0;
+    // De-randomises block and undoes its run-length stage into `out`.
+    virtual void decode(uint32_t length, stream::Output& out);
+
+    AchtungDispatcher achtung;
+    int blockBits = 0;
+    std::unique_ptr<unsigned char[]> block;
+    std::unique_ptr<unsigned char[]> mtfBlock;
+    std::unique_ptr<uint32_t[]> counts;
+    std::unique_ptr<uint32_t[]> starts;
+    bool randomized = false;
+    int32_t achtungInterval = 4096;
+};
+
+// The decompressor that follows the inverse transform through a vector of
+// 2^blockBits positions: four more bytes of memory per byte of block, one
+// read per output byte.
+class FastDecompressor final : public Decompressor {
+public:
+    void init(int blockBits) override;
+
+protected:
+    uint32_t reverseBWT(uint32_t length, uint32_t primary) override;
+
+private:
+    std::vector<uint32_t> transform;
+};
+
+} // namespace algorithm::arsenic

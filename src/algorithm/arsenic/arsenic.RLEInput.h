@@ -1,0 +1,53 @@
+#pragma once
+
+#include "stream/stream.FilterInput.h"
+
+namespace algorithm::arsenic {
+
+// Cuts its source into runs of equal bytes, at most 255 long. read() answers
+// a run's length and then its byte, by turns; the end of the source is the
+// symbol 0x101 with a length of 1. A block read passes through to the source.
+class RLEInput : public stream::FilterInput {
+public:
+    explicit RLEInput(stream::Input& under) : stream::FilterInput(under) {}
+
+    int read() override {
+        if (wantRun) {
+            next();
+            wantRun = false;
+            return count;
+        }
+        wantRun = true;
+        return symbol;
+    }
+    uint32_t read(char* buffer, uint32_t n) override { return stream::FilterInput::read(buffer, n); }
+
+    static constexpr int endOfInput = 0x101;
+
+private:
+    void next() {
+        int c = pending != -2 ? pending : under().read();
+        pending = -2;
+        count = 1;
+        if (c == -1) {
+            symbol = endOfInput;
+            return;
+        }
+        symbol = c;
+        while (count < 255) {
+            int d = under().read();
+            if (d != c) {
+                pending = d;
+                return;
+            }
+            ++count;
+        }
+    }
+
+    int pending = -2;
+    bool wantRun = true;
+    int count = 0;
+    int symbol = 0;
+};
+
+} // namespace algorithm::arsenic

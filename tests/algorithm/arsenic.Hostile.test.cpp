@@ -1,0 +1,242 @@
+// Error texts of the Arsenic decompressor on crafted streams, and damaged
+// streams that must end in output or an exception, never a crash or a hang.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "algorithm/algorithm.Exception.h"
+#include "algorithm/arith/arith.DCC95Coder.h"
+#include "algorithm/arsenic/arsenic.Compressor.h"
+#include "algorithm/arsenic/arsenic.CompressorModel.h"
+#include "algorithm/arsenic/arsenic.Decompressor.h"
+#include "stream/check/crc.CRC.h"
+#include "stream/stream.Vector.h"
+
+namespace {
+
+using namespace algorithm::arsenic;
+using Bytes = std::vector<char>;
+
+// Writes a stream symbol by symbol through the real coder and models, so that
+// a test can say exactly what a damaged stream holds.
+class Crafter {
+public:
+    Crafter() : out(packed), bits(out), coder(bits), bitModel(coder) {}
+
+    void header(int first = 0x41, int second = 0x73, int sizeField = 11) {
+        bitModel.put(first, 8);
+        bitModel.put(second, 8);
+        bitModel.put(sizeField, 4);
+    }
+    // One block: the flags, the primary index, and what `body` puts.
+    void block(int blockBits, uint32_t primary, const std::function<void(CompressorMTFModel&)>& body) {
+        bitModel.put(0);
+        bitModel.put(0);
+        bitModel.put(primary, blockBits);
+        CompressorMTFModel model(coder);
+        body(model);
+        model.end();
+    }
+    Bytes finish(uint32_t check) {
+        bitModel.put(1);
+        bitModel.put(~check, 32);
+        coder.finish();
+        bits.flush();
+        return packed;
+    }
+
+private:
+    Bytes packed;
+    stream::VectorOutput out;
+    algorithm::bit::MSBOutput<int32_t> bits;
+    algorithm::arith::DCC95Coder coder;
+    CompressorBitModel bitModel;
+};
+
+uint32_t crcOf(const Bytes& data) {
+    algorithm::crc::EthernetCRC crc(0xFFFFFFFFu);
+    crc.update(data.data(), static_cast<uint32_t>(data.size()));
+    return crc.value();
+}
+
+Bytes expand(const Bytes& packed) {
+    Bytes data;
+    stream::VectorInput in(packed);
+    stream::VectorOutput out(data);
+    FastDecompressor().process(in, out);
+    return data;
+}
+
+std::string failure(const Bytes& packed, std::string* kind = nullptr) {
+    try {
+        expand(packed);
+    } catch (const un::exception& e) {
+        if (kind) *kind = e.kind();
+        return e.what();
+    }
+    return "";
+}
+
+Bytes compress(const Bytes& data, int blockBits) {
+    Bytes packed;
+    stream::VectorInput in(data);
+    stream::VectorOutput out(packed);
+    Compressor(blockBits).process(in, out);
+    return packed;
+}
+
+TEST(ArsenicErrors, BadHeader) {
+    struct Case {
+        int first, second;
+    };
+    for (Case c : {Case{0x42, 0x73}, Case{0x41, 0x53}, Case{0x00, 0x00}}) {
+        Crafter crafter;
+        crafter.header(c.first, c.second);
+        std::string kind;
+        EXPECT_EQ(failure(crafter.finish(0), &kind), "not a compressed stream");
+        EXPECT_EQ(kind, "algorithm::arsenic::Decompressor");
+    }
+    EXPECT_EQ(failure(Bytes{'B', 'Z', 'h', '9'}), "not a compressed stream");
+}
+
+TEST(ArsenicErrors, BlockSizeOutsideNineTo24) {
+    for (int bits : {0, 8, 25, 31}) {
+        FastDecompressor decompressor;
+        try {
+            decompressor.init(bits);
+            ADD_FAILURE() << bits;
+        } catch (const algorithm::Exception& e) {
+            EXPECT_STREQ(e.what(), "invalid block size");
+            EXPECT_EQ(e.kind(), "algorithm::arsenic::Decompressor");
+        }
+    }
+    FastDecompressor decompressor;
+    decompressor.init(9);
+    decompressor.init(24);
+}
+
+TEST(ArsenicErrors, CRCMismatch) {
+    Crafter crafter;
+    crafter.header();
+    crafter.block(20, 0, [](CompressorMTFModel& m) { m.put(65); });  // one byte 'A'
+    EXPECT_EQ(failure(crafter.finish(crcOf({'B'}))), "CRC checksum mismatch; output data is invalid");
+
+    Crafter good;
+    good.header();
+    good.block(20, 0, [](CompressorMTFModel& m) { m.put(65); });
+    EXPECT_EQ(expand(good.finish(crcOf({'A'}))), Bytes{'A'});
+}
+
+// A block of 512 at block size 9: a run that fills it exactly is accepted, one
+// byte more is refused as it arrives.
+TEST(ArsenicErrors, OverLongRun) {
+    {
+        Crafter crafter;
+        crafter.header(0x41, 0x73, 0);
+        crafter.block(9, 0, [](CompressorMTFModel& m) { m.run(513); });
+        std::string kind;
+        EXPECT_EQ(failure(crafter.finish(0), &kind), "block overrun");
+        EXPECT_EQ(kind, "algorithm::arsenic::Decompressor");
+    }
+    {
+        Crafter crafter;
+        crafter.header(0x41, 0x73, 0);
+        crafter.block(9, 0, [](CompressorMTFModel& m) { m.run(100000000); });
+        EXPECT_EQ(failure(crafter.finish(0)), "block overrun");
+    }
+    {
+        Crafter crafter;
+        crafter.header(0x41, 0x73, 0);
+        crafter.block(9, 0, [](CompressorMTFModel& m) {
+            m.run(512);
+            m.put(1);
+        });
+        EXPECT_EQ(failure(crafter.finish(0)), "block overrun");
+    }
+    // 512 zero bytes undo to 102 groups of four zeros with a count of 0, then two.
+    Bytes zeros(102 * 4 + 2, '\0');
+    Crafter crafter;
+    crafter.header(0x41, 0x73, 0);
+    crafter.block(9, 0, [](CompressorMTFModel& m) { m.run(512); });
+    EXPECT_EQ(expand(crafter.finish(crcOf(zeros))), zeros);
+}
+
+// A block that ends on four equal bytes has no count byte; the decoder adds
+// nothing and reads nothing past the block.
+TEST(ArsenicErrors, BlockEndingWithoutCountByte) {
+    Bytes four(4, '\0');
+    Crafter crafter;
+    crafter.header(0x41, 0x73, 0);
+    crafter.block(9, 0, [](CompressorMTFModel& m) { m.run(4); });
+    EXPECT_EQ(expand(crafter.finish(crcOf(four))), four);
+}
+
+TEST(ArsenicErrors, PrimaryIndexPastTheBlock) {
+    Crafter crafter;
+    crafter.header(0x41, 0x73, 0);
+    crafter.block(9, 500, [](CompressorMTFModel& m) { m.put(3); });
+    EXPECT_NE(failure(crafter.finish(0)), "");
+}
+
+TEST(ArsenicErrors, CompressorRefusesBadIndexes) {
+    Bytes packed;
+    stream::VectorOutput out(packed);
+    algorithm::bit::MSBOutput<int32_t> bits(out);
+    algorithm::arith::DCC95Coder coder(bits);
+    CompressorMTFModel model(coder);
+    for (int index : {0, 256, -1}) {
+        try {
+            model.put(index);
+            ADD_FAILURE() << index;
+        } catch (const un::exception& e) {
+            EXPECT_STREQ(e.what(), "invalid output symbol");
+            EXPECT_EQ(e.kind(), "ArsenicCompressorMTFModel");
+        }
+    }
+}
+
+// Every truncation of a few small streams: output or an exception.
+TEST(ArsenicHostile, EveryTruncation) {
+    std::vector<Bytes> inputs = {{}, Bytes(300, 'z'), Bytes{'h', 'e', 'l', 'l', 'o'}};
+    Bytes mixed;
+    std::mt19937 random(11);
+    for (int i = 0; i < 2000; ++i) mixed.push_back(static_cast<char>("abcab  \n"[random() % 8]));
+    inputs.push_back(mixed);
+    for (const Bytes& input : inputs) {
+        Bytes packed = compress(input, 9);
+        for (size_t n = 0; n < packed.size(); ++n) {
+            Bytes cut(packed.begin(), packed.begin() + static_cast<long>(n));
+            try {
+                expand(cut);
+            } catch (const un::exception&) {
+            }
+        }
+    }
+}
+
+// A few thousand random byte flips: output or an exception, never a crash or
+// a hang; a flip that still expands must give no more than a bounded output.
+TEST(ArsenicHostile, RandomByteFlips) {
+    Bytes input;
+    std::mt19937 random(5);
+    for (int i = 0; i < 3000; ++i) input.push_back(static_cast<char>("the quick brown fox "[random() % 20]));
+    for (int bits : {9, 13}) {
+        const Bytes packed = compress(input, bits);
+        for (int trial = 0; trial < 1500; ++trial) {
+            Bytes damaged = packed;
+            int flips = 1 + static_cast<int>(random() % 3);
+            for (int f = 0; f < flips; ++f)
+                damaged[random() % damaged.size()] ^= static_cast<char>(1 + random() % 255);
+            try {
+                Bytes out = expand(damaged);
+                EXPECT_LE(out.size(), size_t(255) * 5 * (size_t(1) << 13) * 64);
+            } catch (const un::exception&) {
+            }
+        }
+    }
+}
+
+} // namespace

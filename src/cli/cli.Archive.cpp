@@ -1,0 +1,251 @@
+// The commands that read archives: expand, list and identify.
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "cli/cli.Commands.h"
+#include "cli/cli.Console.h"
+#include "cli/cli.TerminalUI.h"
+#include "engine/t5.Reader.h"
+#include "format/format.Number.h"
+#include "plugin/FMUtils.h"
+#include "plugin/FSObject_Win.h"
+#include "plugin/StringTable.h"
+#include "plugin/TKTReader.h"
+
+namespace cli {
+
+namespace {
+
+// Paths are made absolute first: the destination beside an archive is found
+// from the archive's parent folder.
+std::string absolute(const std::string& path) {
+    std::error_code error;
+    std::filesystem::path full = std::filesystem::absolute(path, error);
+    if (error) return path;
+    std::string text = full.lexically_normal().string();
+    while (text.size() > 1 && (text.back() == '/' || text.back() == '\\')) text.pop_back();
+    return text;
+}
+
+// Installs the terminal for the length of one command, unless a script answers.
+class TerminalScope {
+public:
+    explicit TerminalScope(bool progress) : terminal_(progress) {
+        const char* script = std::getenv("CRATEWERK_UI_SCRIPT");
+        if (!script || !*script) Crwk::setUI(&terminal_);
+    }
+    ~TerminalScope() { Crwk::setUI(nullptr); }
+
+private:
+    TerminalUI terminal_;
+};
+
+std::string formatName(int format) {
+    std::string shown = format::name(format + 32);
+    std::string brief = format::name(format);
+    if (shown.empty()) return brief;
+    return shown + " (" + brief + ")";
+}
+
+std::string isoTime(uint32_t seconds) {
+    std::time_t t = static_cast<std::time_t>(seconds);
+    std::tm parts{};
+#if defined(_WIN32)
+    gmtime_s(&parts, &t);
+#else
+    gmtime_r(&t, &parts);
+#endif
+    char text[32];
+    std::strftime(text, sizeof text, "%Y-%m-%d %H:%M", &parts);
+    return text;
+}
+
+std::string jsonString(const std::string& s) {
+    std::string out = "\"";
+    for (unsigned char c : s) {
+        if (c == '"' || c == '\\') {
+            out += '\\';
+            out += static_cast<char>(c);
+        } else if (c < 0x20) {
+            char esc[8];
+            std::snprintf(esc, sizeof esc, "\\u%04x", c);
+            out += esc;
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    return out + "\"";
+}
+
+// Collects the items as the scan describes them.
+class Lister : public tuckett5::Reader,
+               public tuckett5::event::FileInfoListener,
+               public tuckett5::event::FolderInfoListener {
+public:
+    struct Item {
+        bool folder;
+        std::string name;
+        tuckett5::FileInfo file;
+    };
+
+    Lister() {
+        add(static_cast<tuckett5::event::FileInfoListener*>(this));
+        add(static_cast<tuckett5::event::FolderInfoListener*>(this));
+    }
+    bool fileInfoEvent() override {
+        items.push_back({false, fileInfo.name, fileInfo});
+        return true;
+    }
+    bool folderInfoEvent() override {
+        items.push_back({true, folderInfo.name, {}});
+        return true;
+    }
+
+    std::vector<Item> items;
+};
+
+} // namespace
+
+int expand(const Arguments& arguments) {
+    TerminalScope terminal(!arguments.quiet);
+    FSObject source(absolute(arguments.operands[0]).c_str());
+    FSObject destination(arguments.operands.size() > 1 ? absolute(arguments.operands[1]).c_str() : nullptr);
+    bool destinationGiven = destination.pathLength != 0;
+
+    TKTReader reader(true);
+    reader.macBinaryOutput(arguments.macBinary);
+    reader.textConversion(arguments.text);
+    reader.textLineEnding(arguments.eol);
+    int status = kSuccess;
+    try {
+        reader.SetSourceFSO(&source);
+        reader.SetDestinationFSO(&destination);
+        reader.sropen();
+        if (reader.archiveInfo.encrypted) {
+            std::string typed = arguments.password;
+            if (!arguments.havePassword && !Crwk::ui().password(typed)) throw tuckett5::exception::Evacuation();
+            if (typed.empty()) {
+                char text[256];
+                GetIndCString(text, Crwk::kErrorList, 8);
+                complain(text);
+                reader.close();
+                return kFailure;
+            }
+            reader.password = typed;
+            std::fill(typed.begin(), typed.end(), '\0');
+        }
+        reader.decode();
+        std::string result = destination.pathString;
+        if (destinationGiven && !reader.archiveInfo.rootName.empty())
+            result += FSObject::kSeparator + reader.archiveInfo.rootName.substr(0, reader.archiveInfo.rootName.find('/'));
+        std::printf("%s\n", result.c_str());
+    } catch (const tuckett5::exception::Evacuation&) {
+        reader.progressSizeEndEvent();
+        if (reader.canceled || console::interrupted()) {
+            complain("cancelled");
+            status = kCancelled;
+        } else {
+            complain(reader.archiveInfo.encrypted ? "no password given" : "the expansion was stopped");
+            status = kFailure;
+        }
+    } catch (const un::exception& e) {
+        reader.progressSizeEndEvent();
+        complain(e.what());
+        status = kFailure;
+    }
+    reader.close();
+    return status;
+}
+
+int list(const Arguments& arguments) {
+    std::string path = absolute(arguments.operands[0]);
+    Lister lister;
+    try {
+        lister.open(path);
+        lister.scan();
+    } catch (const un::exception& e) {
+        lister.close();
+        complain(e.what());
+        return kFailure;
+    }
+    lister.close();
+
+    const tuckett5::ArchiveInfo& info = lister.archiveInfo;
+    if (arguments.json) {
+        std::printf("{\"archive\": %s, \"format\": %s, \"position\": %u, \"encrypted\": %s, \"items\": [",
+                    jsonString(path).c_str(), jsonString(format::name(info.format)).c_str(), info.position,
+                    info.encrypted ? "true" : "false");
+        const char* separator = "";
+        for (const auto& item : lister.items) {
+            std::printf("%s\n  {\"name\": %s, \"type\": \"%s\"", separator, jsonString(item.name).c_str(),
+                        item.folder ? "folder" : "file");
+            if (!item.folder) {
+                const tuckett5::FileInfo& f = item.file;
+                if (f.expandedSize.isSet()) std::printf(", \"size\": %u", f.expandedSize());
+                if (f.compressedSize.isSet()) std::printf(", \"compressed\": %u", f.compressedSize());
+                if (f.modificationTime.isSet())
+                    std::printf(", \"modified\": %s", jsonString(isoTime(f.modificationTime())).c_str());
+                if (f.type.isSet()) std::printf(", \"macType\": %s", jsonString(f.type().stringValue()).c_str());
+                if (f.creator.isSet()) std::printf(", \"creator\": %s", jsonString(f.creator().stringValue()).c_str());
+                std::printf(", \"encrypted\": %s", f.encrypted ? "true" : "false");
+            }
+            std::printf("}");
+            separator = ",";
+        }
+        std::printf("\n]}\n");
+        return kSuccess;
+    }
+
+    std::printf("%s: %s%s\n", path.c_str(), formatName(info.format).c_str(), info.encrypted ? ", encrypted" : "");
+    std::printf("%12s  %12s  %-16s  %-9s  %s\n", "size", "packed", "modified", "type", "name");
+    uint64_t total = 0;
+    size_t files = 0;
+    for (const auto& item : lister.items) {
+        if (item.folder) {
+            std::printf("%12s  %12s  %-16s  %-9s  %s/\n", "", "", "", "folder", item.name.c_str());
+            continue;
+        }
+        const tuckett5::FileInfo& f = item.file;
+        std::string size = f.expandedSize.isSet() ? std::to_string(f.expandedSize()) : "";
+        std::string packed = f.compressedSize.isSet() ? std::to_string(f.compressedSize()) : "";
+        std::string when = f.modificationTime.isSet() ? isoTime(f.modificationTime()) : "";
+        std::string type = f.type.isSet() ? f.type().stringValue() + "/" + (f.creator.isSet() ? f.creator().stringValue() : "????") : "file";
+        std::printf("%12s  %12s  %-16s  %-9s  %s%s\n", size.c_str(), packed.c_str(), when.c_str(), type.c_str(),
+                    item.name.c_str(), f.encrypted ? " (encrypted)" : "");
+        total += f.expandedSize.isSet() ? f.expandedSize() : 0;
+        ++files;
+    }
+    std::printf("%12llu  %zu file%s, %zu item%s\n", static_cast<unsigned long long>(total), files, files == 1 ? "" : "s",
+                lister.items.size(), lister.items.size() == 1 ? "" : "s");
+    return kSuccess;
+}
+
+int identify(const Arguments& arguments) {
+    int status = kSuccess;
+    for (const std::string& file : arguments.operands) {
+        tuckett5::Reader reader;
+        try {
+            reader.open(file);
+            reader.classify();
+        } catch (const un::exception& e) {
+            complain(e.what());
+            status = kFailure;
+            continue;
+        }
+        int format = reader.archiveInfo.format;
+        if (reader.error == 0 && format != 0)
+            std::printf("%s: %s at offset %u\n", file.c_str(), formatName(format).c_str(), reader.archiveInfo.position);
+        else {
+            std::printf("%s: not a known archive\n", file.c_str());
+            status = kFailure;
+        }
+        reader.close();
+    }
+    return status;
+}
+
+} // namespace cli

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace cli {
+
+// Exit statuses of the tool.
+enum : int { kSuccess = 0, kFailure = 1, kUsage = 2, kCancelled = 130 };
+
+struct Arguments {
+    std::vector<std::string> operands;
+    std::string password;
+    bool havePassword = false;
+    bool json = false;
+    bool quiet = false;
+    int macBinary = 2;   // 0 never, 1 always, else the format decides
+    int text = 0;        // 0 none, 1 all, 2 items of type TEXT
+    int eol = 3;         // 1 LF, 2 CR, 3 CR LF
+};
+
+int expand(const Arguments& arguments);
+int list(const Arguments& arguments);
+int identify(const Arguments& arguments);
+
+// Prints "cratewerk: <message>" on standard error.
+void complain(const std::string& message);
+
+} // namespace cli

@@ -1,0 +1,227 @@
+// cratewerk: expands and lists archives, names their formats, and runs the
+// plug-in's external functions the way the host does.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <stdexcept>
+#include <string>
+
+#include "cli/cli.Commands.h"
+#include "cli/cli.Console.h"
+#include "cli/cli.TerminalUI.h"
+#include "fmhost.Host.h"
+#include "plugin/FMExtern.h"
+#include "plugin/FMUtils.h"
+#include "plugin/StringTable.h"
+
+namespace {
+
+const char* const kMainHelp =
+    "usage: cratewerk <command> [options] [arguments]\n"
+    "\n"
+    "commands:\n"
+    "  expand, x ARCHIVE [DEST]    expand an archive\n"
+    "  list, l ARCHIVE             list the items of an archive\n"
+    "  identify FILE...            name the format of each file and where it starts\n"
+    "  tuck, zip SOURCE [ARCHIVE]  create an archive\n"
+    "  call FUNCTION 'P1|P2|P3'    run an external function as the host would\n"
+    "  version                     print the version\n"
+    "\n"
+    "Run 'cratewerk <command> --help' for the options of a command.\n"
+    "Exit status: 0 success, 1 failure, 2 usage, 130 cancelled.\n";
+
+const std::map<std::string, const char*> kHelp = {
+    {"expand",
+     "usage: cratewerk expand [options] ARCHIVE [DEST]\n"
+     "\n"
+     "Expands ARCHIVE into the folder DEST. Without DEST the result goes beside\n"
+     "the archive, named after it (or after the archive's top folder), and\n"
+     "whatever already has that name is replaced. Prints the path of the result.\n"
+     "\n"
+     "options:\n"
+     "  -p, --password TEXT        password of an encrypted archive (else it is asked for)\n"
+     "  --macbinary=never|always|auto   write Macintosh files as MacBinary (default auto)\n"
+     "  --text=none|all|text       convert line ends of no items, all, or TEXT items (default none)\n"
+     "  --eol=lf|cr|crlf           line end that conversion writes (default crlf)\n"
+     "  -q, --quiet                no progress bar\n"
+     "\n"
+     "Ctrl-C cancels; what was written so far stays.\n"},
+    {"list",
+     "usage: cratewerk list [--json] ARCHIVE\n"
+     "\n"
+     "Lists the items of ARCHIVE with their sizes, dates and types.\n"
+     "  --json   one JSON document for scripts\n"},
+    {"identify",
+     "usage: cratewerk identify FILE...\n"
+     "\n"
+     "Names the archive format of each FILE, from its bytes, and the offset at\n"
+     "which the archive starts.\n"},
+    {"tuck", "usage: cratewerk tuck SOURCE [ARCHIVE]\n\nCreates a tkt5 archive of SOURCE.\n"},
+    {"zip", "usage: cratewerk zip SOURCE [ARCHIVE]\n\nCreates a Zip archive of SOURCE.\n"},
+    {"call",
+     "usage: cratewerk call FUNCTION ['P1|P2|P3']\n"
+     "\n"
+     "Runs an external function of the plug-in in this process, through the\n"
+     "same emulated host as fmhost, and prints the result text exactly as the\n"
+     "host gets it. FUNCTION is a name such as CRwrk-Expand or an index 0 to 7.\n"
+     "Choosers ask on the terminal. The exit status is 1 when the result is\n"
+     "an error text (\"<code>|<message>|\").\n"},
+    {"version", "usage: cratewerk version\n\nPrints the version text.\n"},
+};
+
+const std::map<std::string, std::string> kAliases = {{"x", "expand"}, {"l", "list"}};
+
+int usageError(const std::string& message, const std::string& command) {
+    cli::complain(message);
+    std::fprintf(stderr, "Run 'cratewerk %s--help' for usage.\n", command.empty() ? "" : (command + " ").c_str());
+    return cli::kUsage;
+}
+
+bool isErrorText(const std::string& text) {
+    if (text.size() < 2 || text.back() != '|') return false;
+    size_t bar = text.find('|');
+    std::string code = text.substr(0, bar);
+    if (code.empty()) return text == "||";
+    size_t start = code[0] == '-' ? 1 : 0;
+    return start < code.size() && code.find_first_not_of("0123456789", start) == std::string::npos;
+}
+
+int callFunction(const cli::Arguments& arguments) {
+    if (arguments.operands.empty() || arguments.operands.size() > 2)
+        return usageError("call needs a function and at most one parameter text", "call");
+    int32_t function = fmhost::functionIndex(nullptr, arguments.operands[0]);
+    if (function < 0) return usageError("unknown function " + arguments.operands[0], "call");
+
+    // Choosers and dialogs ask on the terminal, unless a script answers them.
+    const char* script = std::getenv("CRATEWERK_UI_SCRIPT");
+    cli::TerminalUI terminal(!arguments.quiet);
+    if (!script || !*script) Crwk::setUI(&terminal);
+
+    fmhost::Host host(FMExternCallProc, nullptr);
+    if (host.init() != 4) {
+        cli::complain("the plug-in refused the host");
+        return cli::kFailure;
+    }
+    std::string result = host.call(function, arguments.operands.size() > 1 ? arguments.operands[1] : "");
+    host.shutdown();
+    Crwk::setUI(nullptr);
+    std::fwrite(result.data(), 1, result.size(), stdout);
+    std::fputc('\n', stdout);
+    if (cli::console::interrupted() || result == "-128||") return cli::kCancelled;
+    return isErrorText(result) ? cli::kFailure : cli::kSuccess;
+}
+
+int version() {
+    char text[256];
+    GetIndCString(text, Crwk::kPluginList, Crwk::kVersionText);
+    std::printf("%s\n", cli::console::displayText(text).c_str());
+    return cli::kSuccess;
+}
+
+// Reads "--name=value" or "--name value" / "-p value".
+bool optionValue(int argc, char** argv, int& i, const std::string& arg, const std::string& name, std::string& value) {
+    if (arg.rfind(name + "=", 0) == 0) {
+        value = arg.substr(name.size() + 1);
+        return true;
+    }
+    if (arg == name) {
+        if (i + 1 >= argc) throw std::runtime_error(name + " needs a value");
+        value = argv[++i];
+        return true;
+    }
+    return false;
+}
+
+int choose(const std::string& value, const std::map<std::string, int>& words, const std::string& option) {
+    auto it = words.find(value);
+    if (it == words.end()) throw std::runtime_error("unknown value '" + value + "' for " + option);
+    return it->second;
+}
+
+} // namespace
+
+namespace cli {
+
+void complain(const std::string& message) {
+    std::fprintf(stderr, "cratewerk: %s\n", message.c_str());
+    std::fflush(stderr);
+}
+
+} // namespace cli
+
+int main(int argc, char** argv) {
+    if (argc < 2) {
+        std::fputs(kMainHelp, stderr);
+        return cli::kUsage;
+    }
+    std::string command = argv[1];
+    if (command == "--help" || command == "-h" || command == "help") {
+        std::fputs(kMainHelp, stdout);
+        return cli::kSuccess;
+    }
+    if (command == "--version") command = "version";
+    if (auto alias = kAliases.find(command); alias != kAliases.end()) command = alias->second;
+    if (!kHelp.count(command)) return usageError("unknown command '" + command + "'", "");
+
+    cli::Arguments arguments;
+    try {
+        bool operandsOnly = false;
+        for (int i = 2; i < argc; ++i) {
+            std::string arg = argv[i];
+            std::string value;
+            if (operandsOnly || arg.empty() || arg[0] != '-' || arg == "-") {
+                arguments.operands.push_back(arg);
+            } else if (arg == "--") {
+                operandsOnly = true;
+            } else if (arg == "--help" || arg == "-h") {
+                std::fputs(kHelp.at(command), stdout);
+                return cli::kSuccess;
+            } else if (command == "expand" && (optionValue(argc, argv, i, arg, "--password", value) ||
+                                               optionValue(argc, argv, i, arg, "-p", value))) {
+                arguments.password = value;
+                arguments.havePassword = true;
+            } else if (command == "expand" && optionValue(argc, argv, i, arg, "--macbinary", value)) {
+                arguments.macBinary = choose(value, {{"never", 0}, {"always", 1}, {"auto", 2}}, "--macbinary");
+            } else if (command == "expand" && optionValue(argc, argv, i, arg, "--text", value)) {
+                arguments.text = choose(value, {{"none", 0}, {"all", 1}, {"text", 2}}, "--text");
+            } else if (command == "expand" && optionValue(argc, argv, i, arg, "--eol", value)) {
+                arguments.eol = choose(value, {{"lf", 1}, {"cr", 2}, {"crlf", 3}}, "--eol");
+            } else if ((command == "expand" || command == "call") && (arg == "-q" || arg == "--quiet")) {
+                arguments.quiet = true;
+            } else if (command == "list" && arg == "--json") {
+                arguments.json = true;
+            } else if (command == "call" && arguments.operands.size() == 1) {
+                arguments.operands.push_back(arg);  // a parameter text may start with "-"
+            } else {
+                return usageError("unknown option '" + arg + "'", command);
+            }
+        }
+    } catch (const std::exception& e) {
+        return usageError(e.what(), command);
+    }
+
+    if (command == "version") {
+        if (!arguments.operands.empty()) return usageError("version takes no arguments", command);
+        return version();
+    }
+    if (command == "call") return callFunction(arguments);
+    if (command == "expand") {
+        if (arguments.operands.empty() || arguments.operands.size() > 2)
+            return usageError("expand needs an archive and at most one destination", command);
+        return cli::expand(arguments);
+    }
+    if (command == "list") {
+        if (arguments.operands.size() != 1) return usageError("list needs one archive", command);
+        return cli::list(arguments);
+    }
+    if (command == "identify") {
+        if (arguments.operands.empty()) return usageError("identify needs at least one file", command);
+        return cli::identify(arguments);
+    }
+    // tuck and zip: the engine has no writer yet.
+    if (arguments.operands.empty() || arguments.operands.size() > 2)
+        return usageError(command + " needs a source and at most one archive", command);
+    cli::complain("archive format is not supported");
+    return cli::kFailure;
+}

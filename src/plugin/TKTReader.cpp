@@ -1,0 +1,113 @@
+#include "plugin/TKTReader.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "plugin/Crwk.UI.h"
+#include "plugin/FSObject_Win.h"
+#include "util/util.System.h"
+
+TKTReader::TKTReader(bool progress) : showProgress(progress) {
+    add(static_cast<tuckett5::event::ErrorListener*>(this));
+    add(static_cast<tuckett5::event::ArchiveDecodeBeginListener*>(this));
+    add(static_cast<tuckett5::event::ArchiveDecodeEndListener*>(this));
+    add(static_cast<tuckett5::event::FileDeleteListener*>(this));
+    add(static_cast<tuckett5::event::FileDecodeBeginListener*>(this));
+    add(static_cast<tuckett5::event::FileDecodeEndListener*>(this));
+    add(static_cast<tuckett5::event::FolderDecodeBeginListener*>(this));
+    add(static_cast<tuckett5::event::FolderDecodeEndListener*>(this));
+    add(static_cast<tuckett5::event::ProgressSizeBeginListener*>(this));
+    add(static_cast<tuckett5::event::ProgressSizeEndListener*>(this));
+    add(static_cast<tuckett5::event::ProgressSizeMoveListener*>(this));
+    add(static_cast<tuckett5::event::ProgressFilesBeginListener*>(this));
+    add(static_cast<tuckett5::event::ProgressFilesEndListener*>(this));
+    add(static_cast<tuckett5::event::ProgressFilesMoveListener*>(this));
+}
+
+TKTReader::~TKTReader() = default;
+
+void TKTReader::sropen() {
+    if (!sourceFSO || sourceFSO->pathLength == 0) return;
+    open(sourceFSO->pathString);
+    scan();
+    itemsLeft = archiveInfo.fileCount;
+}
+
+bool TKTReader::errorEvent(int32_t) { return true; }
+
+bool TKTReader::archiveDecodeBeginEvent() {
+    if (!destinationFSO) return true;
+    if (destinationFSO->pathLength != 0) {
+        outputFolder(destinationFSO->pathString);
+        return true;
+    }
+
+    char text[FSObject::kBufferSize];
+    std::snprintf(text, sizeof text, "%s", sourceFSO->ParentFolder());
+    size_t used = std::strlen(text);
+    const std::string& root = archiveInfo.rootName;
+    if (root.empty()) {
+        std::snprintf(text + used, sizeof text - used, "%c%s%s", FSObject::kSeparator, sourceFSO->baseName,
+                      sourceFSO->suffix[0] ? "" : " Folder");
+        destinationFSO->SetObject(text);
+        outputFolder(destinationFSO->pathString);
+    } else {
+        // The archive's items carry their top folder themselves, so the run
+        // writes into the parent of the folder named here.
+        std::string top = root.substr(0, root.find('/'));
+        std::snprintf(text + used, sizeof text - used, "%c%s", FSObject::kSeparator, top.c_str());
+        destinationFSO->SetObject(text);
+        outputFolder(std::string(destinationFSO->ParentFolder()));
+    }
+    // Whatever already has the destination's name goes first.
+    return destinationFSO->ObjectDelete() == 0;
+}
+
+void TKTReader::archiveDecodeEndEvent() {}
+bool TKTReader::fileDeleteEvent() { return true; }
+
+bool TKTReader::fileDecodeBeginEvent(uint32_t) {
+    if (showProgress) {
+        Crwk::ui().curScanName(fileInfo.name.c_str());
+        Crwk::ui().itemsLeft(itemsLeft);
+        --itemsLeft;
+    }
+    return true;
+}
+
+void TKTReader::fileDecodeEndEvent() {}
+
+// The native formats don't count folders among their items.
+bool TKTReader::folderDecodeBeginEvent(uint32_t) {
+    int format = archiveInfo.format;
+    if (showProgress && format != 3 && format != 29) {
+        Crwk::ui().itemsLeft(itemsLeft);
+        --itemsLeft;
+    }
+    return true;
+}
+
+void TKTReader::folderDecodeEndEvent() {}
+
+void TKTReader::progressSizeBeginEvent(uint32_t total) {
+    if (!showProgress) return;
+    if (!Crwk::ui().display()) throw tuckett5::exception::Evacuation();
+    Crwk::ui().archiveName(sourceFSO ? sourceFSO->name : "");
+    Crwk::ui().begin(total);
+}
+
+void TKTReader::progressSizeEndEvent() {
+    if (showProgress) Crwk::ui().destroy();
+}
+
+bool TKTReader::progressSizeMoveEvent(uint32_t position) {
+    util::System::yield();
+    if (!showProgress) return true;
+    Crwk::ui().move(position);
+    canceled = Crwk::ui().canceled();
+    return !canceled;
+}
+
+void TKTReader::progressFilesBeginEvent(uint32_t) {}
+void TKTReader::progressFilesEndEvent() {}
+bool TKTReader::progressFilesMoveEvent(uint32_t) { return true; }

@@ -1,0 +1,7 @@
+#include "util/util.System.h"
+
+namespace util {
+
+void System::yield() {}
+
+} // namespace util

@@ -1,0 +1,115 @@
+// The cratewerk command as a script sees it: exit statuses, what goes to
+// standard output and what to standard error.
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "plugin/plugin.Support.h"
+
+namespace {
+
+using plugintest::TempDir;
+using plugintest::readFile;
+using plugintest::writeFile;
+
+const std::string kSamples = std::string(CRATEWERK_TEST_DATA) + "/cli";
+
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+std::string quote(const std::string& s) {
+    std::string q = "'";
+    for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+}
+
+Outcome run(const std::string& arguments, const std::string& environment = "") {
+    TempDir dir;
+    std::string command = environment + " " + quote(CRATEWERK_PROGRAM) + " " + arguments + " </dev/null >" +
+                          quote(dir / "out") + " 2>" + quote(dir / "err");
+    int raw = std::system(command.c_str());
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(dir / "out"), readFile(dir / "err")};
+}
+
+struct Case {
+    std::string arguments;
+    int status;
+    std::string out;  // exact, unless "*"
+    std::string err;  // a part of standard error
+};
+
+class Statuses : public ::testing::TestWithParam<Case> {};
+
+TEST_P(Statuses, AndMessages) {
+    const Case& c = GetParam();
+    std::string arguments = c.arguments;
+    for (size_t at; (at = arguments.find("{samples}")) != std::string::npos;) arguments.replace(at, 9, kSamples);
+    Outcome r = run(arguments);
+    EXPECT_EQ(r.status, c.status) << arguments << "\n" << r.err;
+    if (c.out != "*") {
+        EXPECT_EQ(r.out, c.out) << arguments;
+    }
+    EXPECT_NE(r.err.find(c.err), std::string::npos) << arguments << ": " << r.err;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Commands, Statuses,
+    ::testing::Values(
+        Case{"", 2, "", "usage: cratewerk <command>"},
+        Case{"frobnicate", 2, "", "cratewerk: unknown command 'frobnicate'"},
+        Case{"--help", 0, "*", ""},
+        Case{"version", 0, "Cratewerk\xC2\xAA v1.0.1\n", ""},
+        Case{"version extra", 2, "", "version takes no arguments"},
+        Case{"expand", 2, "", "expand needs an archive"},
+        Case{"x --bogus a.tkt", 2, "", "unknown option '--bogus'"},
+        Case{"expand --macbinary=sometimes a.tkt", 2, "", "unknown value 'sometimes' for --macbinary"},
+        Case{"list a b", 2, "", "list needs one archive"},
+        Case{"identify", 2, "", "identify needs at least one file"},
+        Case{"expand {samples}/notes.txt /nonexistent-output", 1, "", "cratewerk: archive format is not supported"},
+        Case{"list {samples}/notes.txt", 1, "", "cratewerk: archive format is not supported"},
+        Case{"identify {samples}/notes.txt", 1, "*", ""},
+        Case{"call CRwrk-Version", 0, "Cratewerk\xAA v1.0.1\n", ""},
+        Case{"call 0", 0, "Cratewerk\xAA v1.0.1\n", ""},
+        Case{"call CRwrk-Tuck ''", 1, "-50||\n", ""},
+        Case{"call CRwrk-Expand '|b'", 1, "-50||\n", ""},
+        Case{"call CRwrk-Register 'key'", 0, "\n", ""},
+        Case{"call CRwrk-GetPath -onlyFiles", 130, "-128||\n", ""},
+        Case{"call CRwrk-Nothing ''", 2, "", "unknown function CRwrk-Nothing"},
+        Case{"call CRwrk-Expand {samples}/notes.txt", 1, "-1|archive format is not supported|\n", ""}));
+
+TEST(Commands, EveryCommandHasHelp) {
+    for (const char* command : {"expand", "x", "list", "l", "identify", "tuck", "zip", "call", "version"}) {
+        Outcome r = run(std::string(command) + " --help");
+        EXPECT_EQ(r.status, 0) << command;
+        EXPECT_EQ(r.out.rfind("usage: cratewerk ", 0), 0u) << command;
+    }
+}
+
+TEST(Commands, IdentifyNamesFormatsAndOffsets) {
+    Outcome r = run("identify " + quote(kSamples + "/bla.zip") + " " + quote(kSamples + "/bla.tgz"));
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("bla.zip: "), std::string::npos);
+    EXPECT_NE(r.out.find("(zip) at offset 0"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("(gz) at offset 0"), std::string::npos) << r.out;
+    Outcome missing = run("identify /nonexistent/file.zip");
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_NE(missing.err.find("cratewerk: "), std::string::npos);
+}
+
+TEST(Commands, CallUsesTheScriptedChooserWhenOneIsNamed) {
+    TempDir dir;
+    writeFile(dir / "script", "choose /picked/path\n");
+    Outcome r = run("call CRwrk-GetPath '-newFile'", "CRATEWERK_UI_SCRIPT=" + quote(dir / "script") +
+                                                   " CRATEWERK_UI_LOG=" + quote(dir / "log"));
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.out, "/picked/path\n");
+    EXPECT_EQ(readFile(dir / "log"), "ChooseNewFile: \n");
+}
+
+} // namespace

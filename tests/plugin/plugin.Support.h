@@ -1,0 +1,128 @@
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "fmhost.Host.h"
+
+#if defined(_WIN32)
+#include <process.h>
+#else
+#include <unistd.h>
+#endif
+
+namespace plugintest {
+
+// A scratch folder below the system's temporary folder, removed afterwards.
+class TempDir {
+public:
+    TempDir() {
+        static int serial = 0;
+        path_ = std::filesystem::temp_directory_path() /
+                ("cratewerk-test-" + std::to_string(getpidValue()) + "-" + std::to_string(serial++));
+        std::filesystem::remove_all(path_);
+        std::filesystem::create_directories(path_);
+    }
+    ~TempDir() {
+        std::error_code ignored;
+        std::filesystem::permissions(path_, std::filesystem::perms::owner_all, std::filesystem::perm_options::add, ignored);
+        std::filesystem::remove_all(path_, ignored);
+    }
+    std::string operator/(const std::string& name) const { return (path_ / name).string(); }
+    std::string str() const { return path_.string(); }
+
+private:
+    static long getpidValue() {
+#if defined(_WIN32)
+        return static_cast<long>(_getpid());
+#else
+        return static_cast<long>(getpid());
+#endif
+    }
+    std::filesystem::path path_;
+};
+
+// A relative path written with "/" in the platform's form.
+inline std::string native(std::string path) {
+#if defined(_WIN32)
+    for (char& c : path)
+        if (c == '/') c = '\\';
+#endif
+    return path;
+}
+
+inline void writeFile(const std::string& path, const std::string& bytes) {
+    std::ofstream out(path, std::ios::binary);
+    out << bytes;
+}
+
+inline std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+inline std::vector<std::string> readLines(const std::string& path) {
+    std::vector<std::string> lines;
+    std::ifstream in(path);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+}
+
+inline void setEnv(const char* name, const std::string& value) {
+#if defined(_WIN32)
+    _putenv_s(name, value.c_str());
+#else
+    if (value.empty())
+        unsetenv(name);
+    else
+        setenv(name, value.c_str(), 1);
+#endif
+}
+
+// A fresh copy of the plug-in library, loaded and initialised by an emulated
+// host; `script` lines answer its questions and the questions are recorded.
+class LoadedPlugin {
+public:
+    explicit LoadedPlugin(const std::vector<std::string>& script = {}, int16_t hostVersion = 11) {
+        writeFile(dir_ / "script", join(script));
+        setEnv("CRATEWERK_UI_SCRIPT", dir_ / "script");
+        setEnv("CRATEWERK_UI_LOG", dir_ / "log");
+        library_ = std::make_unique<fmhost::Library>(CRATEWERK_PLUGIN_LIBRARY, true);
+        host_ = std::make_unique<fmhost::Host>(library_->entry(), library_->instance());
+        host_->hostVersion(hostVersion);
+        initAnswer_ = host_->init();
+    }
+    ~LoadedPlugin() {
+        host_.reset();
+        library_.reset();
+        setEnv("CRATEWERK_UI_SCRIPT", "");
+        setEnv("CRATEWERK_UI_LOG", "");
+    }
+
+    std::string call(int32_t function, const std::string& parameters) { return host_->call(function, parameters); }
+    fmhost::Host& host() { return *host_; }
+    int32_t initAnswer() const { return initAnswer_; }
+    // The questions asked so far: "ChooseFile: <prompt>", "PasswordDialog", ...
+    std::vector<std::string> asked() const { return readLines(dir_ / "log"); }
+
+private:
+    static std::string join(const std::vector<std::string>& lines) {
+        std::string s;
+        for (auto& l : lines) s += l + "\n";
+        return s;
+    }
+    TempDir dir_;
+    std::unique_ptr<fmhost::Library> library_;
+    std::unique_ptr<fmhost::Host> host_;
+    int32_t initAnswer_ = 0;
+};
+
+} // namespace plugintest

@@ -1,0 +1,240 @@
+// How stored names become output paths: joined safely inside the output
+// folder, renamed around what is already there, retried, and reported.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "engine.Scratch.h"
+#include "engine/engine5.FormatReader.h"
+#include "engine/engine5.FormatWriter.h"
+#include "engine/t5.Reader.h"
+#include "io/io.File.h"
+#include "io/io.Path.h"
+#include "stream/stream.Input.h"
+
+namespace {
+
+using enginetest::join;
+using enginetest::Scratch;
+
+// Opens the protected name pipeline to the tests.
+class Pipeline : public engine5::FormatReader {
+public:
+    explicit Pipeline(tuckett5::Reader& reader) : engine5::FormatReader(7, reader) {}
+    using engine5::FormatReader::createOutputFile;
+    using engine5::FormatReader::createOutputFolder;
+    using engine5::FormatReader::macBinaryOutput;
+    using engine5::FormatReader::makeMacBinaryOutputDecision;
+    using engine5::FormatReader::postprocessFolderName;
+    using engine5::FormatReader::postprocessName;
+    using engine5::FormatReader::preprocessName;
+    using engine5::FormatReader::topLevelNames;
+};
+
+class Renamed : public tuckett5::event::FileChangedNameListener {
+public:
+    std::vector<std::string> names;
+    void fileChangedNameEvent(const char* name) override { names.push_back(name); }
+};
+
+class NamePipeline : public testing::Test {
+protected:
+    Scratch scratch;
+    std::string out = scratch.path("out");
+    tuckett5::Reader reader;
+    Renamed renamed;
+
+    void SetUp() override {
+        std::filesystem::create_directories(out);
+        reader.outputFolder(out);
+        reader.add(&renamed);
+    }
+
+    std::string under(std::initializer_list<std::string> parts) {
+        std::string path = out;
+        for (const auto& part : parts) path += io::Path::separator + part;
+        return path;
+    }
+
+    // Creates the item's file as a format reader does, and answers its path.
+    std::string expand(Pipeline& pipeline, const std::string& name) {
+        std::string path = pipeline.preprocessName(name);
+        io::File file;
+        pipeline.createOutputFile(file, path, engine5::FormatReader::defaultTries);
+        file.close();
+        return path;
+    }
+};
+
+TEST_F(NamePipeline, ConstructionSetsPositionAndNextPosition) {
+    Pipeline pipeline(reader);
+    EXPECT_EQ(reader.archiveInfo.position, 7u);
+    EXPECT_EQ(reader.nextPosition, 8u);
+}
+
+TEST_F(NamePipeline, BothSlashesSplitStoredNames) {
+    Pipeline pipeline(reader);
+    EXPECT_EQ(pipeline.preprocessName("a/b/c"), under({"a", "b", "c"}));
+    EXPECT_EQ(pipeline.preprocessName("a\\b\\c"), under({"a", "b", "c"}));
+}
+
+TEST_F(NamePipeline, RelativeOutputFolderIsMadeAbsolute) {
+    reader.outputFolder(".");
+    Pipeline pipeline(reader);
+    std::string path = pipeline.preprocessName("x");
+    EXPECT_EQ(path, (std::filesystem::current_path() / "x").string());
+}
+
+class HostileName : public NamePipeline, public testing::WithParamInterface<const char*> {};
+
+TEST_P(HostileName, StaysInsideTheOutputFolder) {
+    Pipeline pipeline(reader);
+    std::string path = expand(pipeline, GetParam());
+    std::string prefix = out + io::Path::separator;
+    ASSERT_EQ(path.compare(0, prefix.size(), prefix), 0) << path;
+    EXPECT_EQ(path.find(".."), std::string::npos) << path;
+    EXPECT_TRUE(std::filesystem::exists(path));
+}
+
+INSTANTIATE_TEST_SUITE_P(Names, HostileName,
+                         testing::Values("../../x", "/etc/x", "C:\\x", "a/../../x", "..\\..\\x", "./.././x",
+                                         "\\\\server\\share\\x", "a/./b/../../../c"));
+
+TEST_F(NamePipeline, ExistingTopFolderIsRenamedOnceAndItsSiblingsFollow) {
+    std::filesystem::create_directories(under({"x"}));
+    Pipeline pipeline(reader);
+    EXPECT_EQ(expand(pipeline, "x/1"), under({"x_1", "1"}));
+    EXPECT_EQ(expand(pipeline, "x/2"), under({"x_1", "2"}));
+    EXPECT_EQ(expand(pipeline, "x/sub/3"), under({"x_1", "sub", "3"}));
+    EXPECT_EQ(pipeline.topLevelNames.size(), 1u);
+    EXPECT_TRUE(renamed.names.empty());
+    // Another run starts afresh and opens a third folder.
+    Pipeline next(reader);
+    EXPECT_EQ(expand(next, "x/1"), under({"x_2", "1"}));
+}
+
+TEST_F(NamePipeline, FolderMadeByThisRunIsNoConflict) {
+    Pipeline pipeline(reader);
+    std::string folder = pipeline.preprocessName("d");
+    pipeline.createOutputFolder(folder, engine5::FormatReader::defaultTries);
+    EXPECT_EQ(folder, under({"d"}));
+    EXPECT_EQ(expand(pipeline, "d/f"), under({"d", "f"}));
+    EXPECT_TRUE(renamed.names.empty());
+}
+
+TEST_F(NamePipeline, TopLevelFileUnderAnExistingFileStaysAndFails) {
+    scratch.write("out/x", "a file");
+    Pipeline pipeline(reader);
+    std::string path = pipeline.preprocessName("x/1");
+    EXPECT_EQ(path, under({"x", "1"}));
+    io::File file;
+    EXPECT_THROW(pipeline.createOutputFile(file, path, engine5::FormatReader::defaultTries), un::exception);
+}
+
+TEST_F(NamePipeline, TakenFileNameGetsANumberAndTheListenerHearsIt) {
+    scratch.write("out/a.txt", "old");
+    Pipeline pipeline(reader);
+    EXPECT_EQ(expand(pipeline, "a.txt"), under({"a_1.txt"}));
+    ASSERT_EQ(renamed.names.size(), 1u);
+    EXPECT_EQ(renamed.names[0], under({"a_1.txt"}));
+}
+
+TEST_F(NamePipeline, NormalisingEndsTheChain) {
+    Pipeline pipeline(reader);
+    std::string path = under({"a?b"});
+    pipeline.postprocessName(path);
+    EXPECT_EQ(path, under({"ab"}));
+    ASSERT_EQ(renamed.names.size(), 1u);
+}
+
+TEST_F(NamePipeline, KnownTopFolderIsNotRenamedButAnUnknownOneIs) {
+    std::filesystem::create_directories(under({"known"}));
+    std::filesystem::create_directories(under({"other"}));
+    Pipeline pipeline(reader);
+    pipeline.topLevelNames[under({"known"})] = under({"known"});
+    std::string known = under({"known"});
+    pipeline.postprocessFolderName(known);
+    EXPECT_EQ(known, under({"known"}));
+    std::string other = under({"other"});
+    pipeline.postprocessFolderName(other);
+    EXPECT_EQ(other, under({"other_1"}));
+    EXPECT_FALSE(std::filesystem::exists(other)) << "postprocessFolderName creates nothing";
+}
+
+TEST_F(NamePipeline, NoTriesFailsAtOnce) {
+    Pipeline pipeline(reader);
+    std::string path = under({"never"});
+    io::File file;
+    try {
+        pipeline.createOutputFile(file, path, 0);
+        FAIL();
+    } catch (const tuckett5::exception::Output& caught) {
+        EXPECT_EQ(caught.message(), "cannot create an output file in engine5::FormatReader::createOutputFile");
+        EXPECT_EQ(caught.kind(), "Output");
+    }
+    try {
+        pipeline.createOutputFolder(path, 0);
+        FAIL();
+    } catch (const tuckett5::exception::Output& caught) {
+        EXPECT_EQ(caught.message(), "cannot create an output file in engine5::FormatReader::createOutputFolder");
+    }
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+class EmptyInput : public stream::random::Input {
+public:
+    int read() override { return -1; }
+    uint64_t tell() const override { return 0; }
+    void seek(uint64_t) override {}
+    uint64_t size() const override { return 0; }
+};
+
+TEST_F(NamePipeline, BaseScanAndDecodeSaySo) {
+    Pipeline pipeline(reader);
+    EmptyInput input;
+    for (int form = 0; form < 2; ++form) {
+        try {
+            form == 0 ? pipeline.scan(input) : pipeline.decode(input);
+            FAIL();
+        } catch (const tuckett5::exception::UnsupportedFormat& caught) {
+            EXPECT_EQ(caught.message(), form == 0 ? "attempt to call generic engine5::FormatReader::scan()"
+                                                  : "attempt to call generic engine5::FormatReader::decode()");
+            EXPECT_EQ(caught.kind(), "Unsupported format");
+        }
+    }
+}
+
+struct Decision {
+    int32_t option;
+    bool formatDefault;
+    bool expected;
+};
+
+class MacBinaryDecision : public NamePipeline, public testing::WithParamInterface<Decision> {};
+
+TEST_P(MacBinaryDecision, FollowsTheOption) {
+    reader.macBinaryOutput(GetParam().option);
+    Pipeline pipeline(reader);
+    pipeline.makeMacBinaryOutputDecision(GetParam().formatDefault);
+    EXPECT_EQ(pipeline.macBinaryOutput, GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Options, MacBinaryDecision,
+                         testing::Values(Decision{0, true, false}, Decision{1, false, true}, Decision{2, true, true},
+                                         Decision{2, false, false}, Decision{-1, true, true}));
+
+TEST(ArchiveName, EmptyNameComesFromTheFirstItem) {
+    std::string name;
+    engine5::FormatWriter::generateArchiveName(name, "report...", ".tkt");
+    EXPECT_EQ(name, (std::filesystem::current_path() / "report.tkt").string());
+}
+
+TEST(ArchiveName, GivenNameIsKeptAndMadeAbsolute) {
+    std::string name = "given";
+    engine5::FormatWriter::generateArchiveName(name, "report", ".zip");
+    EXPECT_EQ(name, (std::filesystem::current_path() / "given").string());
+}
+
+}  // namespace

@@ -3,6 +3,7 @@
 #include "engine/engine5.FormatReader.h"
 #include "engine/engine5.MultiClassifier.h"
 #include "format/format.Number.h"
+#include "format/tkt5/tkt5.Reader.h"
 #include "io/io.Exception.h"
 #include "io/io.File.h"
 #include "io/io.Path.h"
@@ -108,6 +109,8 @@ std::unique_ptr<engine5::FormatReader> Reader::makeFormatReader(int format) {
     // Each number with a reader in the engine. A format whose reader is not
     // built yet gets the base, whose scan and decode say so.
     switch (format) {
+        case format::number::tkt5:
+            return std::make_unique<engine5::tkt5::Reader>(archiveInfo.position, *this);
         case format::number::tkt:       // engine5::tkt::Reader
         case format::number::zip:       // engine5::zip::Reader
         case format::number::arc:       // engine5::arc::Reader
@@ -124,7 +127,6 @@ std::unique_ptr<engine5::FormatReader> Reader::makeFormatReader(int format) {
         case format::number::bin:       // engine5::bin::Reader
         case format::number::tktseg:    // engine5::tktseg::Reader
         case format::number::sv:        // engine5::sv::Reader
-        case format::number::tkt5:      // engine5::tkt5::Reader
         case format::number::bz2:       // engine5::bz2::Reader
             return std::make_unique<engine5::FormatReader>(archiveInfo.position, *this);
         default:

@@ -81,7 +81,12 @@ void Reader::delete_items() {
 void Reader::readArchiveHeader(stream::random::Input& in) {
     try {
         in.seek(start());
-        archiveHeader.read(in, true);
+        // The record reads what it finds; a header cut short is no header.
+        const uint64_t size = in.size();
+        if (size < start() + archiveHeader.fixed_size()) throw un::exception("short header", "un");
+        // Reads past the end answer at once, however many a damaged count asks for.
+        stream::LimitedInput header(in, size - start());
+        archiveHeader.read(header, true);
     } catch (const un::exception&) {
         delete_items();
         throw tuckett5::exception::Input("cannot read the archive header in tkt5 reader");

@@ -103,10 +103,16 @@ TEST(Tkt5EndToEnd, CratewerkExpand) {
     TempDir dir;
     Sample s = sample();
     writeFile(dir / "a.tkt", s.archive);
-    Outcome r = run(CRATEWERK_PROGRAM, "expand -q " + quote(dir / "a.tkt") + " " + quote(dir / "dest"));
+    Outcome r = run(CRATEWERK_PROGRAM,
+                    "expand -q --macbinary=never " + quote(dir / "a.tkt") + " " + quote(dir / "dest"));
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out, dir / "dest/Project" + "\n");
     expectTree(dir / "dest", s.expected);
+    // Left to the format, a file with a resource fork comes out as MacBinary.
+    Outcome bin = run(CRATEWERK_PROGRAM, "expand -q --macbinary=auto " + quote(dir / "a.tkt") + " " + quote(dir / "b"));
+    EXPECT_EQ(bin.status, 0) << bin.err;
+    EXPECT_EQ(fs::file_size(dir / "b/Project/Letter.bin"), 128u + 5120u + 768u);
+    EXPECT_FALSE(fs::exists(dir / "b/Project/Letter"));
 }
 
 TEST(Tkt5EndToEnd, CratewerkCallExpand) {

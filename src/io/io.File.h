@@ -52,7 +52,9 @@ public:
 
     // Sets the length, cutting or padding with zeros; the position stays.
     void resize(uint64_t size) override;
-    void seek(uint64_t position);
+    // Virtual, so that a resource fork kept inside another file (AppleDouble)
+    // places its position right whichever type it is reached through.
+    virtual void seek(uint64_t position);
 };
 
 } // namespace random

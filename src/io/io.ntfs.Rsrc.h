@@ -33,7 +33,7 @@ public:
     void resize(uint64_t size) override;
     // Deletes the file by its plain path: the data fork goes with it.
     void unlink(bool strict = true) override;
-    void seek(uint64_t position);
+    void seek(uint64_t position) override;
 
     // Reads and writes the Finder information; each opens and closes its own handle.
     format::data::FileInfo fileInfo() const;

@@ -95,7 +95,7 @@ const RoundTrip roundTrips[] = {
     {"everyDistanceClass", distances},
     {"longerThanWindow", [] { return text(70000) + randomBytes(3000, 1) + text(70000); }},
     {"random", [] { return randomBytes(150000, 2); }},
-    {"text", [] { return text(300000); }},
+    {"text", [] { return text(150000); }},
     {"smallText", [] { return text(700); }},
     {"smallBinary", [] { return randomBytes(300, 4) + std::string(300, '\x01') + randomBytes(300, 4); }},
     {"resourceSize", [] { return randomBytes(2000, 5) + text(2500); }},
@@ -281,7 +281,9 @@ std::vector<std::vector<char>> samples() {
 TEST(ISPHostile, EveryTruncationThrows) {
     algorithm::isp::Decompressor d;
     for (const auto& packed : samples()) {
-        for (size_t n = 0; n < packed.size(); ++n) {
+        // Every cut of the small streams, a spread of cuts of the larger.
+        const size_t step = packed.size() < 600 ? 1 : 7;
+        for (size_t n = 0; n < packed.size(); n += (n + 16 > packed.size() ? 1 : step)) {
             stream::ArrayInput in(packed.data(), uint32_t(n));
             DiscardOutput out;
             EXPECT_THROW(d.process(in, out), algorithm::Exception) << n << " of " << packed.size();
@@ -294,7 +296,7 @@ TEST(ISPHostile, ByteFlipsEndCleanly) {
     std::mt19937 rng(20261121);
     int failures = 0, completions = 0;
     for (const auto& original : samples()) {
-        for (int round = 0; round < 800; ++round) {
+        for (int round = 0; round < 600; ++round) {
             std::vector<char> packed = original;
             const int flips = 1 + int(rng() % 3);
             for (int f = 0; f < flips; ++f) packed[rng() % packed.size()] ^= char(1 + rng() % 255);
@@ -311,7 +313,7 @@ TEST(ISPHostile, ByteFlipsEndCleanly) {
         }
     }
     EXPECT_GT(failures, 0);
-    EXPECT_EQ(failures + completions, 3200);
+    EXPECT_EQ(failures + completions, 2400);
 }
 
 } // namespace

@@ -48,6 +48,10 @@ TEST(FileErrors, CarryTheirTexts) {
     std::string longName = scratch.at(std::string(300, 'n'));
     EXPECT_EQ(failure<io::OutputException>([&] { file.create(longName); }),
               "io::File::create() cannot create " + longName);
+    std::string tooLong = scratch.root();
+    while (tooLong.size() <= io::Path::maxSize) tooLong += io::Path::separator + std::string(50, 'd');
+    EXPECT_EQ(failure<io::OutputException>([&] { file.create(tooLong); }),
+              "io::File::create() cannot create " + tooLong);
     EXPECT_FALSE(file.isOpen());
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(scratch.root()), {}), 1);  // only "folder"
 
@@ -74,6 +78,22 @@ TEST(FileErrors, ReadOnlyTargetStaysAsItWas) {
     item.close();
     EXPECT_EQ(scratch.read(path), "");
 }
+
+#ifndef _WIN32
+TEST(FileErrors, CreateNeverFollowsALink) {
+    Scratch scratch, outside;
+    outside.write("victim", "safe");
+    std::filesystem::create_symlink(outside.at("victim"), scratch.at("link"));
+    std::filesystem::create_symlink(outside.at("new"), scratch.at("dangling"));
+    io::File file;
+    EXPECT_EQ(failure<io::OutputException>([&] { file.create(scratch.at("link")); }),
+              "io::File::create() cannot create " + scratch.at("link"));
+    EXPECT_EQ(failure<io::OutputException>([&] { file.create(scratch.at("dangling")); }),
+              "io::File::create() cannot create " + scratch.at("dangling"));
+    EXPECT_EQ(outside.read(outside.at("victim")), "safe");
+    EXPECT_FALSE(io::Path::exists(outside.at("new")));
+}
+#endif
 
 TEST(File, WritesReadsAndReportsTheEnd) {
     Scratch scratch;

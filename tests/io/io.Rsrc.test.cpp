@@ -94,6 +94,9 @@ TEST_F(RsrcTest, StreamsCarryLargeForks) {
     EXPECT_EQ(in.size(), big.size());
     in.seek(123456);
     EXPECT_EQ(in.read(), static_cast<unsigned char>(big[123456]));
+    io::random::FileInput generic(fork);  // reached as a plain random file
+    generic.seek(5);
+    EXPECT_EQ(generic.read(), static_cast<unsigned char>(big[5]));
     fork.close();
     EXPECT_EQ(readFork(path), big);
 }

@@ -63,6 +63,7 @@ uint64_t Decompressor::process(stream::Input& in, stream::Output& out) {
     const uint64_t start = out.tell();
     position_ = 0;
     consumed_ = 0;
+    in_ = &in;
     Bits bits(in);
     try {
         while (inflateBlock(bits, out)) {
@@ -104,20 +105,35 @@ void Decompressor::inflateStored(Bits& bits, stream::Output& out) {
     if (length < 0 || complement < 0 || length != (~complement & 0xFFFF))
         fail("error in compressed data in Decompressor");
     consumed_ += 32;
+
+    // The bytes already in the bit input come first; the rest are read from
+    // the input in blocks.
     unsigned pos = position_;
-    for (int32_t i = 0; i < length; ++i) {
-        const int32_t c = bits.Bits::read(8);
-        if (c < 0) {
-            position_ = static_cast<uint16_t>(pos);
-            fail("error in compressed data in Decompressor");
-        }
-        window_[pos++] = static_cast<unsigned char>(c);
+    uint32_t left = static_cast<uint32_t>(length);
+    while (left != 0 && bits.bitsHeld() >= 8) {
+        window_[pos++] = static_cast<unsigned char>(bits.Bits::read(8));
+        consumed_ += 8;
+        --left;
         if (pos == windowSize) {
             out.write(reinterpret_cast<const char*>(window_), windowSize);
             pos = 0;
         }
     }
-    consumed_ += 8 * static_cast<uint64_t>(length);
+    while (left != 0) {
+        uint32_t room = windowSize - pos;
+        if (room > left) room = left;
+        const uint32_t n = in_->read(reinterpret_cast<char*>(window_) + pos, room);
+        if (n == 0) {
+            position_ = static_cast<uint16_t>(pos);
+            fail("error in compressed data in Decompressor");
+        }
+        left -= n;
+        pos += n;
+        if (pos == windowSize) {
+            out.write(reinterpret_cast<const char*>(window_), windowSize);
+            pos = 0;
+        }
+    }
     position_ = static_cast<uint16_t>(pos);
 }
 
@@ -213,30 +229,45 @@ void Decompressor::inflateCodes(Bits& bits, stream::Output& out, const huft* lit
     unsigned pos = position_;
     uint64_t used = consumed_;
 
+    // The loop decodes from a look of 24 bits at a time and gives the bits
+    // that it decoded back to the bit input before the next look.
+    uint32_t look = static_cast<uint32_t>(bits.Bits::peek(24));
+    unsigned avail = 24;
+    auto next = [&] {
+        const unsigned done = 24 - avail;
+        bits.Bits::skip(done);
+        used += done;
+        look = static_cast<uint32_t>(bits.Bits::peek(24));
+        avail = 24;
+    };
+    auto drop = [&](unsigned n) {
+        look >>= n;
+        avail -= n;
+    };
     auto flush = [&] {
         out.write(reinterpret_cast<const char*>(window), windowSize);
         pos = 0;
-        consumed_ = used;
+        consumed_ = used + (24 - avail);
         checkInput(bits);
+    };
+    auto badCode = [&] {
+        position_ = static_cast<uint16_t>(pos);
+        fail("bad code in Decompressor");
     };
 
     for (;;) {
-        const huft* t = literalTable + (static_cast<uint32_t>(bits.Bits::peek(lb)) & ml);
+        if (avail < lb) next();
+        const huft* t = literalTable + (look & ml);
         unsigned e = t->e;
         while (e > 16) {
-            if (e == 99) {
-                position_ = static_cast<uint16_t>(pos);
-                fail("bad code in Decompressor");
-            }
-            bits.Bits::skip(t->b);
-            used += t->b;
+            if (e == 99) badCode();
+            drop(t->b);
             e -= 16;
-            t = t->v.t + (static_cast<uint32_t>(bits.Bits::peek(e)) & mask[e]);
+            if (avail < e) next();
+            t = t->v.t + (look & mask[e]);
             e = t->e;
         }
-        bits.Bits::skip(t->b);
-        used += t->b;
-
+        drop(t->b);
         if (e == 16) {
             window[pos++] = static_cast<unsigned char>(t->v.n);
             if (pos == windowSize) flush();
@@ -244,57 +275,73 @@ void Decompressor::inflateCodes(Bits& bits, stream::Output& out, const huft* lit
         }
         if (e == 15) break;
 
-        unsigned length = t->v.n + (static_cast<uint32_t>(bits.Bits::peek(e)) & mask[e]);
-        bits.Bits::skip(e);
-        used += e;
+        if (avail < e) next();
+        unsigned length = t->v.n + (look & mask[e]);
+        drop(e);
 
-        if (distanceTable == nullptr) {
-            position_ = static_cast<uint16_t>(pos);
-            fail("bad code in Decompressor");
-        }
-        t = distanceTable + (static_cast<uint32_t>(bits.Bits::peek(db)) & md);
+        if (distanceTable == nullptr) badCode();
+        if (avail < db) next();
+        t = distanceTable + (look & md);
         e = t->e;
         while (e > 16) {
-            if (e == 99) {
-                position_ = static_cast<uint16_t>(pos);
-                fail("bad code in Decompressor");
-            }
-            bits.Bits::skip(t->b);
-            used += t->b;
+            if (e == 99) badCode();
+            drop(t->b);
             e -= 16;
-            t = t->v.t + (static_cast<uint32_t>(bits.Bits::peek(e)) & mask[e]);
+            if (avail < e) next();
+            t = t->v.t + (look & mask[e]);
             e = t->e;
         }
-        bits.Bits::skip(t->b);
-        used += t->b;
-        const unsigned distance = t->v.n + (static_cast<uint32_t>(bits.Bits::peek(e)) & mask[e]);
-        bits.Bits::skip(e);
-        used += e;
+        drop(t->b);
+        if (avail < e) next();
+        const unsigned distance = t->v.n + (look & mask[e]);
+        drop(e);
 
         unsigned source = (pos - distance) & (windowSize - 1);
         do {
             unsigned stretch = windowSize - (source > pos ? source : pos);
             if (stretch > length) stretch = length;
             length -= stretch;
-            if (source + stretch <= pos) {
-                std::memcpy(window + pos, window + source, stretch);
-            } else if (source > pos) {
-                std::memmove(window + pos, window + source, stretch);
-            } else if (source < pos) {
-                // Overlapping forward copy: the pattern repeats.
-                unsigned char* to = window + pos;
-                const unsigned char* from = window + source;
-                const unsigned char* const end = to + stretch;
-                while (to != end) *to++ = *from++;
-            }
+            unsigned char* to = window + pos;
+            const unsigned char* from = window + source;
             pos += stretch;
             source += stretch;
+            if (from + 8 <= to || from > to) {
+                // The source is at least 8 bytes behind, or ahead: copy in
+                // words, each read before it is written.
+                while (stretch >= 8) {
+                    std::memmove(to, from, 8);
+                    to += 8;
+                    from += 8;
+                    stretch -= 8;
+                }
+                if (stretch >= 4) {
+                    std::memmove(to, from, 4);
+                    to += 4;
+                    from += 4;
+                    stretch -= 4;
+                }
+                if (stretch >= 2) {
+                    std::memmove(to, from, 2);
+                    to += 2;
+                    from += 2;
+                    stretch -= 2;
+                }
+                if (stretch != 0) *to = *from;
+            } else if (from + 1 == to) {
+                // A run of one byte.
+                std::memset(to, *from, stretch);
+            } else {
+                // A short pattern close behind repeats byte by byte.
+                while (stretch-- != 0) *to++ = *from++;
+            }
             if (source == windowSize) source = 0;
             if (pos == windowSize) flush();
         } while (length != 0);
     }
+    const unsigned done = 24 - avail;
+    bits.Bits::skip(done);
     position_ = static_cast<uint16_t>(pos);
-    consumed_ = used;
+    consumed_ = used + done;
 }
 
 } // namespace algorithm::deflate

@@ -60,6 +60,7 @@ private:
     int fixedLiteralBits_ = 7;
     int fixedDistanceBits_ = 5;
     uint64_t consumed_ = 0; // bits taken from the bit input in this stream
+    stream::Input* in_ = nullptr; // the input of the running process(), for stored blocks
 };
 
 } // namespace algorithm::deflate

@@ -14,7 +14,7 @@ WINDOWS_ARCHS := i686 x86_64
 windows_configure = cmake -S . -B build/windows-$(1) $(GENERATOR) -DCMAKE_BUILD_TYPE=Release \
 	-DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/cmake/toolchain-mingw-$(1).cmake -DCRATEWERK_BENCH=OFF
 
-.PHONY: all setup release test asan test-asan bench clean windows windows-tests
+.PHONY: all setup release test asan test-asan bench clean windows windows-tests demo dialogs
 
 all: release
 
@@ -38,6 +38,17 @@ windows: setup
 windows-tests: setup
 	@$(call windows_configure,x86_64) >/dev/null
 	@cmake --build build/windows-x86_64 -j $(JOBS) --target cratewerk_tests
+
+# The command-line tool and the host emulator on the bundled samples.
+demo: release
+	@bash tools/demo.sh build/release
+
+# A PNG of each dialog of the plug-in, shown under Wine on a virtual display:
+# build/dialogs/CRWK_PROGRESS.png, CRWK_PASSWORD.png, IDD_COMDLG32.png.
+dialogs: setup
+	@$(call windows_configure,x86_64) >/dev/null
+	@cmake --build build/windows-x86_64 -j $(JOBS) --target dialogs
+	@bash tools/dialogs/dialogs.sh build/windows-x86_64 build/dialogs
 
 asan: setup
 	@cmake -S . -B build/asan $(GENERATOR) -DCMAKE_BUILD_TYPE=Debug -DCRATEWERK_SANITIZE=ON -DCRATEWERK_BENCH=OFF

@@ -15,7 +15,15 @@ namespace {
 
 volatile sig_atomic_t gInterrupted = 0;
 
-void onInterrupt(int) { gInterrupted = 1; }
+// The first Ctrl-C asks the run to stop at its next step; a second one ends
+// the program at once, for a step that takes long.
+void onInterrupt(int) {
+    if (gInterrupted) {
+        signal(SIGINT, SIG_DFL);
+        raise(SIGINT);
+    }
+    gInterrupted = 1;
+}
 
 } // namespace
 

@@ -32,9 +32,8 @@ const char* ArchiveSuffix(int32_t function) {
 void CreateArchive(int32_t function, FSObject& source, FSObject& destination) {
     if (source.pathLength == 0) return;
     if (destination.pathLength == 0) {
-        char text[FSObject::kBufferSize];
-        std::snprintf(text, sizeof text, "%s%s", source.path, ArchiveSuffix(function));
-        destination.SetObject(text);
+        std::string text = std::string(source.path) + ArchiveSuffix(function);
+        destination.SetObject(text.substr(0, FSObject::kBufferSize - 1).c_str());
     }
     destination.ObjectDelete();
     throw tuckett5::exception::UnsupportedFormat("archive format is not supported");

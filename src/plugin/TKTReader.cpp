@@ -1,7 +1,6 @@
 #include "plugin/TKTReader.h"
 
-#include <cstdio>
-#include <cstring>
+#include <string>
 
 #include "plugin/Crwk.UI.h"
 #include "plugin/FSObject_Win.h"
@@ -42,21 +41,20 @@ bool TKTReader::archiveDecodeBeginEvent() {
         return true;
     }
 
-    char text[FSObject::kBufferSize];
-    std::snprintf(text, sizeof text, "%s", sourceFSO->ParentFolder());
-    size_t used = std::strlen(text);
+    // The name is built in a text of the buffers' size.
+    std::string text = sourceFSO->ParentFolder();
+    text += FSObject::kSeparator;
     const std::string& root = archiveInfo.rootName;
     if (root.empty()) {
-        std::snprintf(text + used, sizeof text - used, "%c%s%s", FSObject::kSeparator, sourceFSO->baseName,
-                      sourceFSO->suffix[0] ? "" : " Folder");
-        destinationFSO->SetObject(text);
+        text += sourceFSO->baseName;
+        if (!sourceFSO->suffix[0]) text += " Folder";
+        destinationFSO->SetObject(text.substr(0, FSObject::kBufferSize - 1).c_str());
         outputFolder(destinationFSO->pathString);
     } else {
         // The archive's items carry their top folder themselves, so the run
         // writes into the parent of the folder named here.
-        std::string top = root.substr(0, root.find('/'));
-        std::snprintf(text + used, sizeof text - used, "%c%s", FSObject::kSeparator, top.c_str());
-        destinationFSO->SetObject(text);
+        text += root.substr(0, root.find('/'));
+        destinationFSO->SetObject(text.substr(0, FSObject::kBufferSize - 1).c_str());
         outputFolder(std::string(destinationFSO->ParentFolder()));
     }
     // Whatever already has the destination's name goes first.

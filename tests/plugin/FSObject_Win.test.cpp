@@ -60,7 +60,7 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(Drives, NameParts,
                          ::testing::Values(NameCase{"C:\\a\\b", "C:\\a\\b", "b", "b", "", "C:\\a"},
                                            NameCase{"C:\\a", "C:\\a", "a", "a", "", "C:"},
-                                           NameCase{"C:x.tkt", "C:x.tkt", "", "", "", "C:"}));
+                                           NameCase{"C:x.tkt", "C:x.tkt", "", "", ".tkt", "C:"}));
 #endif
 
 TEST(FSObject, EmptyAndNullPaths) {

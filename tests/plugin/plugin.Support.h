@@ -26,7 +26,8 @@ public:
         static int serial = 0;
         path_ = std::filesystem::temp_directory_path() /
                 ("cratewerk-test-" + std::to_string(getpidValue()) + "-" + std::to_string(serial++));
-        std::filesystem::remove_all(path_);
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
         std::filesystem::create_directories(path_);
     }
     ~TempDir() {
@@ -111,7 +112,14 @@ public:
     fmhost::Host& host() { return *host_; }
     int32_t initAnswer() const { return initAnswer_; }
     // The questions asked so far: "ChooseFile: <prompt>", "PasswordDialog", ...
-    std::vector<std::string> asked() const { return readLines(dir_ / "log"); }
+    std::vector<std::string> asked() const {
+        std::vector<std::string> questions;
+        for (const std::string& line : readLines(dir_ / "log"))
+            if (line.rfind("Choose", 0) == 0 || line == "PasswordDialog") questions.push_back(line);
+        return questions;
+    }
+    // Everything the plug-in told its UI, progress included.
+    std::vector<std::string> log() const { return readLines(dir_ / "log"); }
 
 private:
     static std::string join(const std::vector<std::string>& lines) {

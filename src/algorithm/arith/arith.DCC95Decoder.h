@@ -30,6 +30,16 @@ public:
             range = (high - low) * r;
         else
             range -= r * low;
+        if (range > (uint32_t(1) << (bits - 2))) return;
+        // All the doublings at once: range is at least r, so k is small.
+        int k = __builtin_clz(range - 1) - (32 - (bits - 2) - 1);
+        int32_t next = in_.read(static_cast<unsigned>(k));
+        if (next >= 0) {
+            range <<= k;
+            value = (value << k) + static_cast<uint32_t>(next);
+            return;
+        }
+        // Near the end of the input, bit by bit as far as it goes.
         while (range <= (uint32_t(1) << (bits - 2))) {
             range <<= 1;
             value = value * 2 + static_cast<uint32_t>(in_.read());

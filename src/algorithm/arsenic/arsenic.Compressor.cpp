@@ -1,5 +1,6 @@
 #include "algorithm/arsenic/arsenic.Compressor.h"
 
+#include <bit>
 #include <cstring>
 #include <utility>
 
@@ -26,9 +27,19 @@ constexpr int overshoot = 32;
 constexpr int32_t shellIncrements[] = {1,     4,     13,     40,     121,    364,     1093,
                                        3280,  9841,  29524,  88573,  265720, 797161, 2391484};
 
+// How far ahead a pass in sorted order asks for the bytes it will need.
+constexpr int32_t prefetchDistance = 16;
+
 constexpr int quickSortStack = 1024;
 constexpr int quickSortSmall = 20;
 constexpr int quickSortDepth = 10;
+
+inline uint64_t loadBigEndian64(const unsigned char* p) {
+    uint64_t v;
+    std::memcpy(&v, p, 8);
+    if constexpr (std::endian::native == std::endian::little) v = __builtin_bswap64(v);
+    return v;
+}
 
 inline int median3(int a, int b, int c) {
     if (a > b) std::swap(a, b);
@@ -44,10 +55,10 @@ inline int median3(int a, int b, int c) {
 Compressor::Compressor(int blockBits)
     : blockBits(blockBits),
       capacity(1 << blockBits),
-      blockStorage(new unsigned char[(size_t(1) << blockBits) + overshoot + 1]()),
+      blockStorage(makeLarge<unsigned char>((size_t(1) << blockBits) + overshoot + 1)),
       block(blockStorage.get() + 1),
-      quadrant(new uint16_t[(size_t(1) << blockBits) + overshoot]()),
-      pointers(new int32_t[size_t(1) << blockBits]()),
+      quadrant(makeLarge<uint16_t>((size_t(1) << blockBits) + overshoot)),
+      pointers(makeLarge<int32_t>(size_t(1) << blockBits)),
       buckets(new uint32_t[65537]()) {}
 
 Compressor::~Compressor() = default;
@@ -144,26 +155,34 @@ void Compressor::sort() {
 // are compared plainly; after that the quadrant keys of rotations already
 // placed decide as soon as they differ, and the wrap test runs once per four
 // bytes, which the overshoot makes safe.
-bool Compressor::greater(int32_t i1, int32_t i2) {
+inline bool Compressor::greater(int32_t i1, int32_t i2) {
     ALGORITHM_ASSERT(i1 != i2, "i != j");
     const unsigned char* const b = block;
     const uint16_t* const q = quadrant.get();
-    for (int n = 0; n < 6; ++n) {
-        unsigned char c1 = b[i1], c2 = b[i2];
-        if (c1 != c2) return c1 > c2;
-        ++i1;
-        ++i2;
-    }
+    // The six bytes as one big-endian number: the first difference decides.
+    uint64_t w1 = loadBigEndian64(b + i1) >> 16;
+    uint64_t w2 = loadBigEndian64(b + i2) >> 16;
+    if (w1 != w2) return w1 > w2;
+    i1 += 6;
+    i2 += 6;
     int32_t k = last + 1;
     do {
-        for (int n = 0; n < 4; ++n) {
-            unsigned char c1 = b[i1], c2 = b[i2];
-            if (c1 != c2) return c1 > c2;
-            uint16_t s1 = q[i1], s2 = q[i2];
-            if (s1 != s2) return s1 > s2;
-            ++i1;
-            ++i2;
+        // Four positions at a time while bytes and keys are all equal; at the
+        // first group with a difference, position by position.
+        uint32_t c1, c2;
+        uint64_t s1, s2;
+        std::memcpy(&c1, b + i1, 4);
+        std::memcpy(&c2, b + i2, 4);
+        std::memcpy(&s1, q + i1, 8);
+        std::memcpy(&s2, q + i2, 8);
+        if (c1 != c2 || s1 != s2) {
+            for (int n = 0; n < 4; ++n) {
+                if (b[i1 + n] != b[i2 + n]) return b[i1 + n] > b[i2 + n];
+                if (q[i1 + n] != q[i2 + n]) return q[i1 + n] > q[i2 + n];
+            }
         }
+        i1 += 4;
+        i2 += 4;
         if (i1 > last) i1 -= last + 1;
         if (i2 > last) i2 -= last + 1;
         k -= 4;
@@ -231,6 +250,7 @@ void Compressor::quickSort3(int32_t loStart, int32_t hiStart, int32_t depthStart
         int32_t unLo = lo, ltLo = lo, unHi = hi, gtHi = hi;
         for (;;) {
             while (unLo <= unHi) {
+                if (unLo + prefetchDistance <= unHi) __builtin_prefetch(b + ptr[unLo + prefetchDistance] + d);
                 int n = static_cast<int>(b[ptr[unLo] + d]) - pivot;
                 if (n == 0) {
                     std::swap(ptr[unLo], ptr[ltLo]);
@@ -242,6 +262,7 @@ void Compressor::quickSort3(int32_t loStart, int32_t hiStart, int32_t depthStart
                 ++unLo;
             }
             while (unLo <= unHi) {
+                if (unHi - prefetchDistance >= unLo) __builtin_prefetch(b + ptr[unHi - prefetchDistance] + d);
                 int n = static_cast<int>(b[ptr[unHi] + d]) - pivot;
                 if (n == 0) {
                     std::swap(ptr[unHi], ptr[gtHi]);
@@ -281,6 +302,7 @@ void Compressor::radixSort() {
     uint32_t* const ftab = buckets.get();
     int32_t* const ptr = pointers.get();
     const unsigned char* const b = block;
+    uint16_t* const q = quadrant.get();
 
     std::memset(ftab, 0, 65537 * sizeof(uint32_t));
     unsigned c1 = b[-1];
@@ -347,10 +369,11 @@ void Compressor::radixSort() {
             int shifts = 0;
             while ((bbSize >> shifts) > 65534) ++shifts;
             for (int32_t j = 0; j < bbSize; ++j) {
+                if (j + prefetchDistance < bbSize) __builtin_prefetch(q + ptr[bbStart + j + prefetchDistance], 1);
                 const int32_t a2update = ptr[bbStart + j];
                 const uint16_t qVal = static_cast<uint16_t>(j >> shifts);
-                quadrant[a2update] = qVal;
-                if (a2update < overshoot) quadrant[a2update + last + 1] = qVal;
+                q[a2update] = qVal;
+                if (a2update < overshoot) q[a2update + last + 1] = qVal;
             }
             if (((bbSize - 1) >> shifts) > 65535) throw Exception("radixSort() failed", source);
         }
@@ -358,6 +381,7 @@ void Compressor::radixSort() {
         for (int j = 0; j <= 255; ++j) copy[j] = ftab[(j << 8) + ss] & clearMask;
         const int32_t runEnd = static_cast<int32_t>(ftab[(ss + 1) << 8] & clearMask);
         for (int32_t j = static_cast<int32_t>(ftab[ss << 8] & clearMask); j < runEnd; ++j) {
+            if (j + prefetchDistance < runEnd) __builtin_prefetch(b + ptr[j + prefetchDistance] - 1);
             const unsigned c = b[ptr[j] - 1];
             if (!bigDone[c]) {
                 ptr[copy[c]] = ptr[j] == 0 ? last : ptr[j] - 1;
@@ -377,6 +401,9 @@ void Compressor::encodeMTF(arith::DCC95Coder& coder) {
     int32_t run = 0;
     for (int32_t i = 0; i <= last; ++i) {
         if (i % achtungInterval == 0) achtung.dispatch();
+        // The bytes are read in sorted order, at random places in the block:
+        // ask for them well ahead.
+        if (i + prefetchDistance <= last) __builtin_prefetch(block + ptr[i + prefetchDistance] - 1);
         const unsigned char c = block[ptr[i] - 1];
         if (list[0] == c) {
             ++run;

@@ -5,6 +5,7 @@
 
 #include "algorithm/arsenic/arsenic.Achtung.h"
 #include "algorithm/arsenic/arsenic.CompressorModel.h"
+#include "algorithm/arsenic/arsenic.LargeBuffer.h"
 #include "algorithm/arsenic/arsenic.RLEInput.h"
 #include "stream/stream.Transform.h"
 
@@ -42,17 +43,17 @@ private:
     void radixSort();
     void quickSort3(int32_t lo, int32_t hi, int32_t depth);
     void shellSort(int32_t lo, int32_t hi, int32_t depth);
-    bool greater(int32_t i1, int32_t i2);
+    [[gnu::always_inline]] inline bool greater(int32_t i1, int32_t i2);
     void encodeMTF(arith::DCC95Coder& coder);
 
     AchtungDispatcher achtung;
     int blockBits;
     int capacity;
     int workFactor = 16;
-    std::unique_ptr<unsigned char[]> blockStorage;
+    LargeArray<unsigned char> blockStorage;
     unsigned char* block;  // blockStorage + 1: the index runs from -1 to capacity + 31
-    std::unique_ptr<uint16_t[]> quadrant;
-    std::unique_ptr<int32_t[]> pointers;
+    LargeArray<uint16_t> quadrant;
+    LargeArray<int32_t> pointers;
     std::unique_ptr<uint32_t[]> buckets;
     int workDone = 0;
     int workLimit = 0;

@@ -27,8 +27,8 @@ void Decompressor::init(int n) {
     if (blockBits < n) {
         block.reset();
         mtfBlock.reset();
-        block.reset(new unsigned char[size_t(1) << n]);
-        mtfBlock.reset(new unsigned char[size_t(1) << n]);
+        block = makeLarge<unsigned char>(size_t(1) << n);
+        mtfBlock = makeLarge<unsigned char>(size_t(1) << n);
     }
 }
 
@@ -36,8 +36,8 @@ void FastDecompressor::init(int n) {
     int previous = blockBits;
     Decompressor::init(n);
     if (previous < n) {
-        transform = std::vector<uint32_t>();
-        transform.assign(size_t(1) << n, 0);
+        transform.reset();
+        transform = makeLarge<uint32_t>(size_t(1) << n);
         blockBits = n;
     }
 }
@@ -105,25 +105,29 @@ int32_t Decompressor::decodeMTF(uint32_t& count, DecompressorBitModel& bitModel,
 }
 
 uint32_t FastDecompressor::reverseBWT(uint32_t length, uint32_t primary) {
-    uint32_t* const t = transform.data();
+    uint32_t* const t = transform.get();
     const unsigned char* const mtf = mtfBlock.get();
     unsigned char* const out = block.get();
     std::memset(counts.get(), 0, 256 * sizeof(uint32_t));
     for (uint32_t i = 0; i < length; ++i) ++counts[mtf[i]];
     starts[0] = 0;
     for (int i = 1; i < 256; ++i) starts[i] = starts[i - 1] + counts[i - 1];
-    for (uint32_t i = 0; i < length; ++i) t[starts[mtf[i]]++] = i;
+    // Each entry holds the next position above its own byte of mtfBlock, so
+    // that following the chain reads one word per output byte.
+    for (uint32_t i = 0; i < length; ++i) t[i] = mtf[i];
+    for (uint32_t i = 0; i < length; ++i) t[starts[mtf[i]]++] |= i << 8;
 
     // The primary index is not checked against the length: a bad one reads a
     // stale entry, still inside the vector, and the check value catches it.
-    uint32_t p = t[primary];
+    uint32_t p = t[primary] >> 8;
     const uint32_t interval = static_cast<uint32_t>(achtungInterval);
     for (uint32_t i = 0; i < length;) {
         achtung.dispatch();
         uint32_t stop = length - i < interval ? length : i + interval;
         for (; i < stop; ++i) {
-            out[i] = mtf[p];
-            p = t[p];
+            uint32_t entry = t[p];
+            out[i] = static_cast<unsigned char>(entry);
+            p = entry >> 8;
         }
     }
     return length;

@@ -7,6 +7,7 @@
 #include "algorithm/arith/arith.DCC95Decoder.h"
 #include "algorithm/arsenic/arsenic.Achtung.h"
 #include "algorithm/arsenic/arsenic.DecompressorModel.h"
+#include "algorithm/arsenic/arsenic.LargeBuffer.h"
 #include "stream/stream.Transform.h"
 
 namespace algorithm::arsenic {
@@ -42,8 +43,8 @@ protected:
 
     AchtungDispatcher achtung;
     int blockBits = 0;
-    std::unique_ptr<unsigned char[]> block;
-    std::unique_ptr<unsigned char[]> mtfBlock;
+    LargeArray<unsigned char> block;
+    LargeArray<unsigned char> mtfBlock;
     std::unique_ptr<uint32_t[]> counts;
     std::unique_ptr<uint32_t[]> starts;
     bool randomized = false;
@@ -51,8 +52,8 @@ protected:
 };
 
 // The decompressor that follows the inverse transform through a vector of
-// 2^blockBits positions: four more bytes of memory per byte of block, one
-// read per output byte.
+// 2^blockBits words, each the next position with its byte in the low 8 bits:
+// four more bytes of memory per byte of block, one read per output byte.
 class FastDecompressor final : public Decompressor {
 public:
     void init(int blockBits) override;
@@ -61,7 +62,7 @@ protected:
     uint32_t reverseBWT(uint32_t length, uint32_t primary) override;
 
 private:
-    std::vector<uint32_t> transform;
+    LargeArray<uint32_t> transform;
 };
 
 } // namespace algorithm::arsenic

@@ -330,7 +330,11 @@ TEST_F(Tkt5Reader, DatesLocksAndWindowsAttributesReachTheFiles) {
     EXPECT_TRUE(writable("dated"));
     EXPECT_FALSE(writable("locked"));
     EXPECT_FALSE(writable("hidden"));
+#ifndef _WIN32
+    // A read-only folder on Windows still takes new files; here it is dated
+    // and locked once its contents are in.
     EXPECT_FALSE(writable("kept"));
+#endif
     EXPECT_EQ(out("kept/inside"), "i");
     fs::permissions(scratch.path("out/kept"), fs::perms::owner_all, fs::perm_options::add);
 }
@@ -356,21 +360,28 @@ TEST_P(Tkt5Names, BecomeSafeLocalNames) {
     n = 0;
     for (const std::string& name : GetParam().written) EXPECT_EQ(out(name), "content " + std::to_string(n++)) << name;
     std::vector<std::string> entries;
-    for (const auto& entry : fs::directory_iterator(scratch.path())) entries.push_back(entry.path().filename());
+    for (const auto& entry : fs::directory_iterator(scratch.path())) entries.push_back(entry.path().filename().string());
     std::sort(entries.begin(), entries.end());
     EXPECT_EQ(entries, (std::vector<std::string>{"archive.tkt", "out"}));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, Tkt5Names,
-    ::testing::Values(
-        NameCase{"UTF8", {{"Gr\xC3\xBC\xC3\x9F" "e.txt", 0}}, {"Gr\xC3\xBC\xC3\x9F" "e.txt"}},
-        NameCase{"MacRoman", {{"Caf\x8E \xA5 \xDB", 0x0100}}, {"Caf\xC3\xA9 \xE2\x80\xA2 \xE2\x82\xAC"}},
-        NameCase{"TrailingSpaces", {{"notes   ", 0}}, {"notes"}},
-        NameCase{"SiblingsThatCollide", {{"same", 0}, {"same ", 0}, {"same  ", 0}}, {"same", "same_1", "same_2"}},
-        NameCase{"Separators", {{"a/b\\c", 0}}, {"a_b_c"}},
-        NameCase{"DotsStayInside", {{"..", 0}, {".", 0}}, {"_..", "_."}}),
-    [](const auto& info) { return std::string(info.param.label); });
+const std::vector<NameCase> nameCases = {
+#ifndef _WIN32
+    // The engine's 8-bit names are UTF-8 here, the ANSI code page on Windows.
+    NameCase{"UTF8", {{"Gr\xC3\xBC\xC3\x9F" "e.txt", 0}}, {"Gr\xC3\xBC\xC3\x9F" "e.txt"}},
+    NameCase{"MacRoman", {{"Caf\x8E \xA5 \xDB", 0x0100}}, {"Caf\xC3\xA9 \xE2\x80\xA2 \xE2\x82\xAC"}},
+#endif
+    NameCase{"TrailingSpaces", {{"notes   ", 0}}, {"notes"}},
+    NameCase{"SiblingsThatCollide", {{"same", 0}, {"same ", 0}, {"same  ", 0}}, {"same", "same_1", "same_2"}},
+    NameCase{"Separators", {{"a/b\\c", 0}}, {"a_b_c"}},
+#ifndef _WIN32
+    // Windows drops the trailing dots itself.
+    NameCase{"DotsStayInside", {{"..", 0}, {".", 0}}, {"_..", "_."}},
+#endif
+};
+
+INSTANTIATE_TEST_SUITE_P(All, Tkt5Names, ::testing::ValuesIn(nameCases),
+                         [](const auto& info) { return std::string(info.param.label); });
 
 TEST_F(Tkt5Reader, UnicodeNamesReachTheListeners) {
     Recording reader;
@@ -590,7 +601,7 @@ protected:
     }
     void checkNothingOutside() {
         for (const auto& entry : fs::directory_iterator(scratch.path())) {
-            const std::string name = entry.path().filename();
+            const std::string name = entry.path().filename().string();
             EXPECT_TRUE(name.rfind("out", 0) == 0) << name;
         }
         for (int i = 0; i < 4; ++i) {

@@ -16,6 +16,7 @@
 #include "engine/engine.Scratch.h"
 #include "format/bin/bin.Header.h"
 #include "format/format.Number.h"
+#include "io/io.Path.h"
 #include "io/io.ntfs.Rsrc.h"
 #include "stream/stream.Array.h"
 #include "support/tkt5.Builder.h"
@@ -557,6 +558,16 @@ INSTANTIATE_TEST_SUITE_P(
         ForkCase{"ResourceMethodAbove127", -1, 200, true, "Unsupported method",
                  "unsupported compression method in tkt5 reader"}),
     [](const auto& info) { return std::string(info.param.label); });
+
+TEST_F(Tkt5Reader, FoldersNestedBeyondAnyPathAreRefused) {
+    Item nest = Item::file("bottom", "b");
+    for (size_t depth = 0; depth < io::Path::maxSize / 2 + 1; ++depth) {
+        Item outer = Item::dir("d");
+        outer.children.push_back(std::move(nest));
+        nest = std::move(outer);
+    }
+    expectFailure<ex::BadFormat>(Builder().build({nest}), "folders nested too deeply in tkt5 reader", "Bad format");
+}
 
 TEST_F(Tkt5Reader, ZeroCRCIsNotChecked) {
     Item item = Item::file("f", "anything");

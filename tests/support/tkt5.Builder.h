@@ -5,6 +5,7 @@
 // resource fork and then its data fork, linked by offsets as the format asks.
 
 #include <cstdint>
+#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -265,37 +266,25 @@ private:
 
     // Sets previous, next, parent and the folders' first children.
     void link(size_t) {
+        const int top = -1;
+        std::map<int, int> last;  // the latest entry of each parent's level so far
         for (size_t i = 0; i < entries_.size(); ++i) {
             Entry& entry = entries_[i];
             const uint32_t parentAt = entry.parent >= 0 ? entries_[size_t(entry.parent)].position : 0;
             entry.header.parent(parentAt);
-            // Siblings: the entries after this one with the same parent.
-            int previous = -1;
-            for (size_t k = i; k-- > 0;)
-                if (entries_[k].parent == entry.parent) {
-                    previous = int(k);
-                    break;
-                }
-            if (previous >= 0)
-                entry.header.previous(entries_[size_t(previous)].position);
-            else
+            entry.header.next(0);
+            auto found = last.find(entry.parent);
+            if (found != last.end()) {
+                Entry& previous = entries_[size_t(found->second)];
+                entry.header.previous(previous.position);
+                if (!previous.marker) previous.header.next(entry.position);
+            } else {
                 entry.header.previous(parentAt);
-            uint32_t next = 0;
-            if (!entry.marker)
-                for (size_t k = i + 1; k < entries_.size(); ++k)
-                    if (entries_[k].parent == entry.parent) {
-                        next = entries_[k].position;
-                        break;
-                    }
-            entry.header.next(next);
-            if (entry.source != nullptr && entry.source->folder) {
-                for (size_t k = i + 1; k < entries_.size(); ++k)
-                    if (entries_[k].parent == int(i)) {
-                        entry.header.folderInfo().firstChild(entries_[k].position);
-                        break;
-                    }
-                entry.header.folderInfo().childCount(uint16_t(entry.source->children.size()));
+                if (entry.parent != top) entries_[size_t(entry.parent)].header.folderInfo().firstChild(entry.position);
             }
+            last[entry.parent] = int(i);
+            if (entry.source != nullptr && entry.source->folder)
+                entry.header.folderInfo().childCount(uint16_t(entry.source->children.size()));
         }
     }
 

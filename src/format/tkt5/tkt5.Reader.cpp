@@ -28,6 +28,9 @@ constexpr int64_t macEpochOffset = 2082844800;
 constexpr int32_t unknownMethodError = -4;
 
 constexpr const char* badLink = "bad item link in tkt5 reader";
+// Deeper than any path the file system takes: each level adds at least a
+// separator and one byte.
+constexpr size_t maxDepth = io::Path::maxSize / 2;
 
 std::string md5Prefix(const std::string& data, size_t length) {
     algorithm::md5::Digest digest;
@@ -223,6 +226,10 @@ void Reader::walk(stream::random::Input& in, ItemRecord* first, bool uniquify, O
             if (item != nullptr) readItemHeader(in, next, *item, uniquify);
         } else if (item->folder()) {
             onFolder();
+            if (items.size() >= maxDepth) {
+                delete_items();
+                throw tuckett5::exception::BadFormat("folders nested too deeply in tkt5 reader");
+            }
             auto* child = new ItemRecord;
             items.push_back(child);
             child->parentRecord = item;

@@ -638,7 +638,7 @@ TEST_F(Tkt5Damage, EveryTruncation) {
 TEST_F(Tkt5Damage, RandomByteFlips) {
     const std::string archive = small();
     std::mt19937 random(2026);
-    for (int run = 0; run < 2500; ++run) {
+    for (int run = 0; run < 2000; ++run) {
         std::string damaged = archive;
         const int flips = 1 + int(random() % 3);
         for (int k = 0; k < flips; ++k) damaged[random() % damaged.size()] ^= char(1 + random() % 255);

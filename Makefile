@@ -52,7 +52,7 @@ dialogs: setup
 
 asan: setup
 	@cmake -S . -B build/asan $(GENERATOR) -DCMAKE_BUILD_TYPE=Debug -DCRATEWERK_SANITIZE=ON -DCRATEWERK_BENCH=OFF
-	@cmake --build build/asan -j $(JOBS)
+	@cmake --build build/asan -j $(JOBS) --target cratewerk_tests
 
 test-asan: asan
 	@cd build/asan && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 ctest -L unit --output-on-failure -j $(JOBS)

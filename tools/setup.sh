@@ -8,7 +8,7 @@ packages=(
   cmake ninja-build g++ make libgtest-dev libgmock-dev libbenchmark-dev
   zlib1g-dev libbz2-dev libdeflate-dev
   # Windows builds, run under Wine
-  mingw-w64 wine wine64 xvfb xauth imagemagick
+  mingw-w64 libz-mingw-w64-dev wine wine64 xvfb xauth imagemagick
   # peers for interop tests
   zip unzip p7zip-full ncompress sharutils bzip2 gzip tar arj jlha-utils arc python3
 )

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "algorithm/bit.Stream.h"
 #include "stream/stream.Input.h"
@@ -60,6 +61,36 @@ public:
     bool atEnd() const { return ended_; }
     // True once bits of the zero padding past the end have been dropped.
     bool pastEnd() const { return count_ < padding_; }
+
+    // Takes up to `count` whole bytes for a stored stretch, once aligned to a
+    // byte: first the bytes held as bits, then the read-ahead, then the input.
+    // Answers how many came; fewer than asked only at the end of the input.
+    uint32_t readBytes(unsigned char* out, uint32_t count) {
+        uint32_t done = 0;
+        while (done < count && count_ >= 8) {
+            out[done++] = static_cast<unsigned char>(accumulator_);
+            drop(8);
+        }
+        if (count_ != 0) return done;  // not aligned: nothing more to give
+        // Bits above the count are a copy of the next read-ahead byte, which is
+        // taken from the read-ahead itself below.
+        accumulator_ = 0;
+        if (done < count && next_ != limit_) {
+            uint32_t n = static_cast<uint32_t>(limit_ - next_);
+            if (n > count - done) n = count - done;
+            std::memcpy(out + done, next_, n);
+            next_ += n;
+            bytes_ += n;
+            done += n;
+        }
+        while (done < count) {
+            const uint32_t n = in_->read(reinterpret_cast<char*>(out + done), count - done);
+            if (n == 0) break;
+            bytes_ += n;
+            done += n;
+        }
+        return done;
+    }
 
     bool refill(unsigned n) {
         if (count_ >= n) return true;

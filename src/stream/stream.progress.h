@@ -38,30 +38,15 @@ private:
     std::vector<Listener<uint64_t>*> listeners_;
 };
 
-// Counts the bytes read through it and reports the running total every `step` bytes.
-class Input : public FilterInput {
+// The running total of a progress filter, reported every `step` bytes.
+class Reporter {
 public:
-    static constexpr uint32_t defaultStep = 65536;
-
-    explicit Input(stream::Input& under, uint32_t step = defaultStep)
-        : FilterInput(under), step_(step), total_(0), sinceReport_(0) {}
+    explicit Reporter(uint32_t step) : step_(step) {}
 
     void addListener(Listener<uint64_t>& listener) { dispatcher_.add(listener); }
     void removeListener(Listener<uint64_t>& listener) { dispatcher_.remove(listener); }
+    uint64_t total() const { return total_; }
 
-    int read() override {
-        int c = FilterInput::read();
-        if (c != -1) advance(1);
-        return c;
-    }
-    uint32_t read(char* buffer, uint32_t count) override {
-        uint32_t n = FilterInput::read(buffer, count);
-        if (n != 0) advance(n);
-        return n;
-    }
-    uint64_t tell() const override { return total_; }
-
-private:
     void advance(uint32_t n) {
         total_ += n;
         sinceReport_ += n;
@@ -71,10 +56,37 @@ private:
         }
     }
 
+private:
     Dispatcher dispatcher_;
     uint32_t step_;
-    uint64_t total_;
-    uint32_t sinceReport_;
+    uint64_t total_ = 0;
+    uint32_t sinceReport_ = 0;
+};
+
+// Counts the bytes read through it and reports the running total every `step` bytes.
+class Input : public FilterInput {
+public:
+    static constexpr uint32_t defaultStep = 65536;
+
+    explicit Input(stream::Input& under, uint32_t step = defaultStep) : FilterInput(under), reporter_(step) {}
+
+    void addListener(Listener<uint64_t>& listener) { reporter_.addListener(listener); }
+    void removeListener(Listener<uint64_t>& listener) { reporter_.removeListener(listener); }
+
+    int read() override {
+        int c = FilterInput::read();
+        if (c != -1) reporter_.advance(1);
+        return c;
+    }
+    uint32_t read(char* buffer, uint32_t count) override {
+        uint32_t n = FilterInput::read(buffer, count);
+        if (n != 0) reporter_.advance(n);
+        return n;
+    }
+    uint64_t tell() const override { return reporter_.total(); }
+
+private:
+    Reporter reporter_;
 };
 
 // Counts the bytes written through it and reports the running total every `step` bytes.
@@ -82,36 +94,23 @@ class Output : public FilterOutput {
 public:
     static constexpr uint32_t defaultStep = 16384;
 
-    explicit Output(stream::Output& under, uint32_t step = defaultStep)
-        : FilterOutput(under), step_(step), total_(0), sinceReport_(0) {}
+    explicit Output(stream::Output& under, uint32_t step = defaultStep) : FilterOutput(under), reporter_(step) {}
 
-    void addListener(Listener<uint64_t>& listener) { dispatcher_.add(listener); }
-    void removeListener(Listener<uint64_t>& listener) { dispatcher_.remove(listener); }
+    void addListener(Listener<uint64_t>& listener) { reporter_.addListener(listener); }
+    void removeListener(Listener<uint64_t>& listener) { reporter_.removeListener(listener); }
 
     void write(char value) override {
         FilterOutput::write(value);
-        advance(1);
+        reporter_.advance(1);
     }
     void write(const char* buffer, uint32_t count) override {
         FilterOutput::write(buffer, count);
-        if (count != 0) advance(count);
+        if (count != 0) reporter_.advance(count);
     }
-    uint64_t tell() const override { return total_; }
+    uint64_t tell() const override { return reporter_.total(); }
 
 private:
-    void advance(uint32_t n) {
-        total_ += n;
-        sinceReport_ += n;
-        if (sinceReport_ >= step_) {
-            dispatcher_.dispatch(Event<uint64_t>{total_, all});
-            sinceReport_ = 0;
-        }
-    }
-
-    Dispatcher dispatcher_;
-    uint32_t step_;
-    uint64_t total_;
-    uint32_t sinceReport_;
+    Reporter reporter_;
 };
 
 } // namespace stream::progress

@@ -15,7 +15,10 @@ class CP437Names : public ::testing::TestWithParam<Name> {};
 
 TEST_P(CP437Names, BecomeUTF8) {
     EXPECT_EQ(CP437::toUTF8(GetParam().stored), GetParam().utf8);
+#ifndef _WIN32
+    // The engine's 8-bit form is UTF-8 on POSIX.
     EXPECT_EQ(CP437::toLocal(GetParam().stored), GetParam().utf8);
+#endif
 }
 
 // Names as WinZip and DOS archivers store them without the UTF-8 flag.

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -108,7 +109,7 @@ INSTANTIATE_TEST_SUITE_P(Archives, LegacyPeers,
                          [](const auto& info) {
                              std::string name = info.param.file;
                              for (char& c : name)
-                                 if (!isalnum(static_cast<unsigned char>(c))) c = '_';
+                                 if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
                              return name;
                          });
 
@@ -229,9 +230,9 @@ TEST(LegacyHostile, TruncationsAndFlips) {
         for (size_t cut = 0; cut < packed.size(); ++cut) {
             std::vector<char> part(packed.begin(), packed.begin() + static_cast<long>(cut));
             run(part, h.uncompressedSize());
-            run(part, stream::all);
+            if (cut % 7 == 0) run(part, stream::all);
         }
-        for (int round = 0; round < 300; ++round) {
+        for (int round = 0; round < 200; ++round) {
             std::vector<char> damaged = packed;
             for (int f = 0; f < 3; ++f) damaged[rng() % damaged.size()] ^= static_cast<char>(1 + rng() % 255);
             run(damaged, h.uncompressedSize());

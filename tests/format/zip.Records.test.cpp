@@ -237,6 +237,22 @@ TEST(ZipRecords, MessagesWordForWord) {
     EXPECT_EQ(sink.size(), LocalHeader::max_size());
 }
 
+TEST(ZipRecords, TruncatedRecordsReadShortWithoutHarm) {
+    CentralHeader h;
+    h.name("name/of/entry.txt");
+    h.extra("extra");
+    h.comment("comment");
+    const std::vector<char> bytes = bytesOf(h);
+    for (size_t cut = 0; cut < bytes.size(); ++cut) {
+        std::vector<char> part(bytes.begin(), bytes.begin() + static_cast<long>(cut));
+        stream::VectorInput in(part);
+        CentralHeader r;
+        r.read(in, false);
+        EXPECT_LE(r.name().size() + r.extra().size() + r.comment().size(), cut);
+        EXPECT_EQ(r.valid(), cut >= 4);
+    }
+}
+
 TEST(ZipRecords, AssertionText) {
     try {
         un_assert(1 + 1 == 3);

@@ -63,8 +63,7 @@ uint64_t Decompressor::process(stream::Input& in, stream::Output& out) {
     const uint64_t start = out.tell();
     position_ = 0;
     consumed_ = 0;
-    in_ = &in;
-    Bits bits(in);
+    Bits bits(in, readAhead_, sizeof readAhead_);
     try {
         while (inflateBlock(bits, out)) {
         }
@@ -106,23 +105,15 @@ void Decompressor::inflateStored(Bits& bits, stream::Output& out) {
         fail("error in compressed data in Decompressor");
     consumed_ += 32;
 
-    // The bytes already in the bit input come first; the rest are read from
-    // the input in blocks.
+    // The bytes already in the bit input and its read-ahead come first; the
+    // rest are read from the input in blocks.
     unsigned pos = position_;
     uint32_t left = static_cast<uint32_t>(length);
-    while (left != 0 && bits.bitsHeld() >= 8) {
-        window_[pos++] = static_cast<unsigned char>(bits.Bits::read(8));
-        consumed_ += 8;
-        --left;
-        if (pos == windowSize) {
-            out.write(reinterpret_cast<const char*>(window_), windowSize);
-            pos = 0;
-        }
-    }
     while (left != 0) {
         uint32_t room = windowSize - pos;
         if (room > left) room = left;
-        const uint32_t n = in_->read(reinterpret_cast<char*>(window_) + pos, room);
+        const uint32_t n = bits.readBytes(window_ + pos, room);
+        consumed_ += 8ull * n;
         if (n == 0) {
             position_ = static_cast<uint16_t>(pos);
             fail("error in compressed data in Decompressor");

@@ -11,7 +11,8 @@ namespace algorithm::deflate {
 // Decodes raw Deflate (RFC 1951) with no frame and no check of its own. The
 // 32768-byte window is both the history and the output buffer: it is written
 // out whole each time it fills. One object serves stream after stream; the
-// window is not cleared between them.
+// window is not cleared between them. The input is read ahead in blocks, so
+// it may be consumed past the end of the Deflate data.
 class Decompressor : public stream::Transform {
 public:
     enum BlockType { stored = 0, fixed = 1, dynamic = 2 };
@@ -60,7 +61,10 @@ private:
     int fixedLiteralBits_ = 7;
     int fixedDistanceBits_ = 5;
     uint64_t consumed_ = 0; // bits taken from the bit input in this stream
-    stream::Input* in_ = nullptr; // the input of the running process(), for stored blocks
+    // The bit input reads the compressed data a block at a time, so it may
+    // take bytes past the end of the stream: the caller limits the input to
+    // the stream (as the Zip reader does) when it reads on afterwards.
+    unsigned char readAhead_[16384];
 };
 
 } // namespace algorithm::deflate

@@ -46,10 +46,11 @@ private:
     CRC32* crc_;
 };
 
-// Feeds a CRC16 with every byte read through it.
-class CRC16Input : public stream::FilterInput {
+// Feeds a CRC with every byte read through it.
+template <typename T>
+class CRCInput : public stream::FilterInput {
 public:
-    CRC16Input(stream::Input& under, CRC16& crc) : stream::FilterInput(under), crc_(&crc) {}
+    CRCInput(stream::Input& under, CRC<T>& crc) : stream::FilterInput(under), crc_(&crc) {}
 
     int read() override {
         int c = stream::FilterInput::read();
@@ -63,24 +64,17 @@ public:
     }
 
 private:
-    CRC16* crc_;
+    CRC<T>* crc_;
 };
 
-// Feeds a CRC32 with every byte read through it; skipped bytes are read and counted too.
-class CRC32Input : public stream::FilterInput {
-public:
-    CRC32Input(stream::Input& under, CRC32& crc) : stream::FilterInput(under), crc_(&crc) {}
+// Skipped bytes pass the underlying stream's skip and are not counted.
+using CRC16Input = CRCInput<uint16_t>;
 
-    int read() override {
-        int c = stream::FilterInput::read();
-        if (c != -1) crc_->update(static_cast<char>(c));
-        return c;
-    }
-    uint32_t read(char* buffer, uint32_t count) override {
-        uint32_t n = stream::FilterInput::read(buffer, count);
-        crc_->update(buffer, n);
-        return n;
-    }
+// Skipped bytes are read and counted into the CRC too.
+class CRC32Input : public CRCInput<uint32_t> {
+public:
+    using CRCInput<uint32_t>::CRCInput;
+
     uint64_t skip(uint64_t count) override {
         char buffer[4096];
         uint64_t done = 0;
@@ -92,9 +86,6 @@ public:
         }
         return done;
     }
-
-private:
-    CRC32* crc_;
 };
 
 } // namespace algorithm::crc

@@ -3,6 +3,7 @@
 #include "engine/engine5.FormatReader.h"
 #include "engine/engine5.MultiClassifier.h"
 #include "format/format.Number.h"
+#include "format/tkt5/tkt5.Reader.h"
 #include "format/zip/zip.Reader.h"
 #include "io/io.Exception.h"
 #include "io/io.File.h"
@@ -111,6 +112,8 @@ std::unique_ptr<engine5::FormatReader> Reader::makeFormatReader(int format) {
     switch (format) {
         case format::number::zip:
             return std::make_unique<engine5::zip::Reader>(archiveInfo.position, *this);
+        case format::number::tkt5:
+            return std::make_unique<engine5::tkt5::Reader>(archiveInfo.position, *this);
         case format::number::tkt:       // engine5::tkt::Reader
         case format::number::arc:       // engine5::arc::Reader
         case format::number::arj:       // engine5::arj::Reader
@@ -126,7 +129,6 @@ std::unique_ptr<engine5::FormatReader> Reader::makeFormatReader(int format) {
         case format::number::bin:       // engine5::bin::Reader
         case format::number::tktseg:    // engine5::tktseg::Reader
         case format::number::sv:        // engine5::sv::Reader
-        case format::number::tkt5:      // engine5::tkt5::Reader
         case format::number::bz2:       // engine5::bz2::Reader
             return std::make_unique<engine5::FormatReader>(archiveInfo.position, *this);
         default:

@@ -1,0 +1,182 @@
+// tkt5 archives end to end: the same archives through `cratewerk expand`,
+// `cratewerk list`, `cratewerk call CRwrk-Expand` and the plug-in loaded by
+// the host emulator, each expanding to exactly the same tree.
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <random>
+#include <string>
+
+#include "plugin/plugin.Support.h"
+#include "support/tkt5.Builder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using plugintest::readFile;
+using plugintest::TempDir;
+using plugintest::writeFile;
+using test::tkt5::Builder;
+using test::tkt5::Item;
+using Tree = std::map<std::string, std::string>;  // relative path, content ("/" for a folder)
+
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+std::string quote(const std::string& s) {
+    std::string q = "'";
+    for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+}
+
+Outcome run(const std::string& program, const std::string& arguments) {
+    TempDir dir;
+    std::string command = quote(program) + " " + arguments + " </dev/null >" + quote(dir / "out") + " 2>" +
+                          quote(dir / "err");
+    int raw = std::system(command.c_str());
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(dir / "out"), readFile(dir / "err")};
+}
+
+Tree treeOf(const std::string& root) {
+    Tree tree;
+    for (const auto& entry : fs::recursive_directory_iterator(root)) {
+        std::string relative = fs::relative(entry.path(), root).string();
+        tree[relative] = entry.is_directory() ? "/" : readFile(entry.path().string());
+    }
+    return tree;
+}
+
+std::string text(size_t n, uint32_t seed) {
+    std::mt19937 random(seed);
+    std::string s(n, ' ');
+    for (char& c : s) c = "abcdefgh \n"[random() % 10];
+    return s;
+}
+
+struct Sample {
+    std::string archive;
+    Tree expected;  // below the archive's root folder
+};
+
+Sample sample() {
+    const std::string a = text(70000, 1), b = text(5000, 2), c = text(1, 3), rsrc = text(700, 4);
+    Item mac = Item::macFile("Letter", b, rsrc, "TEXT", "ttxt", test::tkt5::arsenic);
+    std::vector<Item> tree = {Item::dir(
+        "Project", {Item::file("stored.txt", a), Item::file("isp.txt", a, test::tkt5::isp),
+                    Item::file("arsenic.txt", a, test::tkt5::arsenic), Item::file("empty", ""),
+                    Item::dir("sub", {Item::file("one", c, test::tkt5::isp), Item::dir("nothing")}), mac})};
+    Sample s;
+    s.archive = Builder().build(tree);
+    s.expected = {{"Project", "/"},
+                  {"Project/stored.txt", a},
+                  {"Project/isp.txt", a},
+                  {"Project/arsenic.txt", a},
+                  {"Project/empty", ""},
+                  {"Project/sub", "/"},
+                  {"Project/sub/one", c},
+                  {"Project/sub/nothing", "/"},
+                  {"Project/Letter", b},
+                  {"Project/._Letter", "*"}};
+    return s;
+}
+
+// The AppleDouble file's bytes depend on its layout; its content is tested
+// with the reader. Here it must only be there.
+void expectTree(const std::string& root, const Tree& expected) {
+    Tree found = treeOf(root);
+    ASSERT_EQ(found.size(), expected.size());
+    for (const auto& [path, content] : expected) {
+        ASSERT_TRUE(found.count(path)) << path;
+        if (content != "*") {
+            EXPECT_EQ(found[path], content) << path;
+        }
+    }
+    EXPECT_NE(found["Project/._Letter"].find(text(700, 4)), std::string::npos);
+}
+
+TEST(Tkt5EndToEnd, CratewerkExpand) {
+    TempDir dir;
+    Sample s = sample();
+    writeFile(dir / "a.tkt", s.archive);
+    Outcome r = run(CRATEWERK_PROGRAM,
+                    "expand -q --macbinary=never " + quote(dir / "a.tkt") + " " + quote(dir / "dest"));
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, dir / "dest/Project" + "\n");
+    expectTree(dir / "dest", s.expected);
+    // Left to the format, a file with a resource fork comes out as MacBinary.
+    Outcome bin = run(CRATEWERK_PROGRAM, "expand -q --macbinary=auto " + quote(dir / "a.tkt") + " " + quote(dir / "b"));
+    EXPECT_EQ(bin.status, 0) << bin.err;
+    EXPECT_EQ(fs::file_size(dir / "b/Project/Letter.bin"), 128u + 5120u + 768u);
+    EXPECT_FALSE(fs::exists(dir / "b/Project/Letter"));
+}
+
+TEST(Tkt5EndToEnd, CratewerkCallExpand) {
+    TempDir dir;
+    Sample s = sample();
+    writeFile(dir / "a.tkt", s.archive);
+    fs::create_directories(dir / "dest");
+    Outcome r = run(CRATEWERK_PROGRAM, "call CRwrk-Expand " + quote(dir / "a.tkt" + "|" + dir / "dest"));
+    EXPECT_EQ(r.status, 0) << r.err << r.out;
+    expectTree(dir / "dest", s.expected);
+}
+
+TEST(Tkt5EndToEnd, PluginThroughTheHost) {
+    TempDir dir;
+    Sample s = sample();
+    writeFile(dir / "a.tkt", s.archive);
+    fs::create_directories(dir / "dest");
+    Outcome r = run(FMHOST_PROGRAM,
+                    quote(CRATEWERK_PLUGIN_LIBRARY) + " CRwrk-Expand " + quote(dir / "a.tkt" + "|" + dir / "dest"));
+    EXPECT_EQ(r.status, 0) << r.err << r.out;
+    expectTree(dir / "dest", s.expected);
+}
+
+TEST(Tkt5EndToEnd, CratewerkList) {
+    TempDir dir;
+    writeFile(dir / "a.tkt", sample().archive);
+    Outcome r = run(CRATEWERK_PROGRAM, "list --json " + quote(dir / "a.tkt"));
+    EXPECT_EQ(r.status, 0) << r.err;
+    for (const char* needle : {"\"format\": \"tkt5\"", "\"name\": \"Project\", \"type\": \"folder\"",
+                               "\"name\": \"Project/isp.txt\", \"type\": \"file\", \"size\": 70000",
+                               "\"name\": \"Project/sub/nothing\", \"type\": \"folder\"",
+                               "\"name\": \"Project/Letter\", \"type\": \"file\", \"size\": 5700",
+                               "\"macType\": \"TEXT\", \"creator\": \"ttxt\""})
+        EXPECT_NE(r.out.find(needle), std::string::npos) << needle << "\n" << r.out;
+}
+
+TEST(Tkt5EndToEnd, PasswordsOnTheCommandLine) {
+    TempDir dir;
+    Builder builder;
+    builder.password = "pass";
+    writeFile(dir / "p.tkt", builder.build({Item::file("secret", "hidden words", test::tkt5::isp)}));
+    Outcome wrong = run(CRATEWERK_PROGRAM, "expand -q -p nope " + quote(dir / "p.tkt") + " " + quote(dir / "w"));
+    EXPECT_EQ(wrong.status, 1);
+    EXPECT_NE(wrong.err.find("password mismatch in tkt5 reader"), std::string::npos) << wrong.err;
+    Outcome right = run(CRATEWERK_PROGRAM, "expand -q -p pass " + quote(dir / "p.tkt") + " " + quote(dir / "r"));
+    EXPECT_EQ(right.status, 0) << right.err;
+    EXPECT_EQ(readFile(dir / "r/secret"), "hidden words");
+    Outcome call = run(CRATEWERK_PROGRAM, "call CRwrk-Expand " + quote(dir / "p.tkt" + "|" + dir / "c|pass"));
+    EXPECT_EQ(call.status, 0) << call.out;
+    EXPECT_EQ(readFile(dir / "c/secret"), "hidden words");
+}
+
+TEST(Tkt5EndToEnd, DamageIsReportedNotCrashedOn) {
+    TempDir dir;
+    Item item = Item::file("f", "some data");
+    item.storedCRC = 0x4242;
+    writeFile(dir / "bad.tkt", Builder().build({item}));
+    Outcome r = run(CRATEWERK_PROGRAM, "expand -q " + quote(dir / "bad.tkt") + " " + quote(dir / "o"));
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("CRC mismatch in tkt5 reader; data is invalid"), std::string::npos) << r.err;
+    Outcome call = run(CRATEWERK_PROGRAM, "call CRwrk-Expand " + quote(dir / "bad.tkt" + "|" + dir / "o2"));
+    EXPECT_EQ(call.out, "-1|CRC mismatch in tkt5 reader; data is invalid|\n");
+}
+
+} // namespace

@@ -1,19 +1,9 @@
 #include "algorithm/unicode.MacRoman.h"
 
-#include <windows.h>
+#include "algorithm/unicode.Ansi.h"
 
 namespace algorithm::unicode {
 
-std::string MacRoman::toLocal(const std::string& name) {
-    const std::basic_string<unsigned short> wide = decode(name);
-    if (wide.empty()) return std::string();
-    const auto* text = reinterpret_cast<const wchar_t*>(wide.data());
-    const int length = static_cast<int>(wide.size());
-    const int size = WideCharToMultiByte(CP_ACP, 0, text, length, nullptr, 0, "_", nullptr);
-    if (size <= 0) return name;
-    std::string local(static_cast<size_t>(size), '\0');
-    WideCharToMultiByte(CP_ACP, 0, text, length, local.data(), size, "_", nullptr);
-    return local;
-}
+std::string MacRoman::toLocal(const std::string& name) { return toAnsi(decode(name), name); }
 
 } // namespace algorithm::unicode

@@ -14,6 +14,7 @@
 #include "io/io.ntfs.Rsrc.h"
 #include "io/io.random.FileStreams.h"
 #include "stream/check/md5.Digest.h"
+#include "stream/stream.FilterOutput.h"
 #include "stream/stream.Output.h"
 #include "un/un.exception.h"
 
@@ -54,6 +55,38 @@ std::string trimmed(const std::string& path) {
     return text;
 }
 
+// Knows where in the archive the next byte goes. The buffered archive counts
+// the bytes written through it, and a header written again over its place
+// would count twice; the writer needs the true position.
+class PositionOutput : public stream::random::FilterOutput {
+public:
+    explicit PositionOutput(stream::random::Output& under)
+        : stream::random::FilterOutput(under), position_(under.tell()) {}
+
+    void write(char value) override {
+        stream::random::FilterOutput::write(value);
+        ++position_;
+    }
+    void write(const char* buffer, uint32_t count) override {
+        stream::random::FilterOutput::write(buffer, count);
+        position_ += count;
+    }
+    void fill(uint64_t count, char value) override {
+        stream::random::FilterOutput::fill(count, value);
+        position_ += count;
+    }
+    // Byte by byte through write(), so that every byte is counted.
+    uint64_t copy(stream::Input& from, uint64_t count) override { return stream::Output::copy(from, count); }
+    void seek(uint64_t position) override {
+        stream::random::FilterOutput::seek(position);
+        position_ = position;
+    }
+    uint64_t tell() const override { return position_; }
+
+private:
+    uint64_t position_;
+};
+
 } // namespace
 
 Writer::Writer(tuckett5::Writer& writer) : engine5::FormatWriter(writer) { writer.tuckedFlagD(true); }
@@ -65,10 +98,14 @@ void Writer::deleteItems() {
     items.clear();
 }
 
-void Writer::create(const std::list<std::string>& list, stream::random::Output& archive) { encode(list, archive); }
+void Writer::create(const std::list<std::string>& list, stream::random::Output& archive) {
+    PositionOutput out(archive);
+    encode(list, out);
+}
 
 void Writer::create(const std::list<std::string>& list, stream::random::Output& archive, io::random::File&) {
-    encode(list, archive);
+    PositionOutput out(archive);
+    encode(list, out);
 }
 
 format::tkt5::ItemHeader& Writer::at(uint32_t offset) {

@@ -91,8 +91,8 @@ int tuck(const Arguments& arguments) {
     std::string password = arguments.password;
     if (arguments.havePassword && password == "-") {
         if (!console::readHidden("Password: ", password)) {
-            complain("cancelled");
-            return kCancelled;
+            complain(console::interrupted() ? "cancelled" : "no password given");
+            return console::interrupted() ? kCancelled : kFailure;
         }
     }
 

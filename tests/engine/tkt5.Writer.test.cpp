@@ -317,7 +317,9 @@ TEST_F(Tkt5Writer, EmptyFolderExpandsToAnEmptyFolder) {
 }
 
 TEST_F(Tkt5Writer, ForksAndFinderInformationTravelWithTheirFiles) {
-    for (int32_t compression : {-1, 0}) {
+    // With a password the resource fork is enciphered under the archive's key too.
+    const std::vector<std::pair<int32_t, std::string>> runs = {{-1, ""}, {0, "pw"}, {15, "pw"}};
+    for (const auto& [compression, password] : runs) {
         const std::string path = scratch.write("in/Read Me", pattern(3000, 5, true));
         const std::string resource = pattern(9000, 6, false);
         {
@@ -334,11 +336,11 @@ TEST_F(Tkt5Writer, ForksAndFinderInformationTravelWithTheirFiles) {
         scratch.write("in/plain", "no fork here");
         Recording writer;
         writer.compression(compression);
-        const std::string archive = tuck({in("Read Me"), in("plain")}, writer);
+        const std::string archive = tuck({in("Read Me"), in("plain")}, writer, password);
         const std::vector<Stored> items = layout(readFile(archive));
         ASSERT_EQ(items.size(), 2u);  // the AppleDouble file is no item of its own
         EXPECT_EQ(items[0].resourceMethod, compression == 0 ? 0 : 15);
-        expand(archive);
+        expand(archive, password);
         const std::string out = scratch.path("out/Read Me");
         EXPECT_EQ(readFile(out), readFile(path));
         io::ntfs::Rsrc fork(out);
@@ -353,6 +355,7 @@ TEST_F(Tkt5Writer, ForksAndFinderInformationTravelWithTheirFiles) {
         EXPECT_EQ(readFile(scratch.path("out/plain")), "no fork here");
         EXPECT_FALSE(io::ntfs::Rsrc::hasInfo(scratch.path("out/plain")));
         fs::remove_all(scratch.path("in"));
+        fs::remove(archive);
     }
 }
 

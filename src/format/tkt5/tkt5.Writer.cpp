@@ -239,6 +239,11 @@ uint32_t Writer::tuckFile(stream::random::Output& out, const std::string& path, 
         header.itemFlags(header.itemFlags() | format::tkt5::ItemHeader::passwordFlag);
         header.forkInfo().keyIndicator(keyLength);
         header.forkInfo().key(writer.key);
+        // The resource fork is enciphered under the same key, and says so:
+        // a reader takes each fork's key from its own record, and a resource
+        // fork without one could never be deciphered.
+        if (resource && header.macHeader().resourceFork().uncompressedSize() != 0)
+            header.macHeader().resourceFork().key(writer.key);
     }
 
     header.creationDate(macDate(file.creationTime()));
@@ -319,7 +324,7 @@ void Writer::encodeFork(stream::random::Output& out, io::random::File& source, f
         fork.method(format::tkt5::ForkInfo::storedMethod);
         fork.forkReserved(0);
         fork.keyIndicator(0);
-        fork.key(std::string());
+        // The key stays: the header's place was measured with it.
         return;
     }
 

@@ -359,6 +359,8 @@ TEST_F(Tkt5Writer, ForksAndFinderInformationTravelWithTheirFiles) {
     }
 }
 
+#if !defined(_WIN32)
+// Names on disk are UTF-8 here; on Windows they are in the ANSI code page.
 TEST_F(Tkt5Writer, NamesKeepTheirCharacters) {
     // UTF-8 names are stored as UTF-8; a name that is no UTF-8 is stored as
     // it stands and marked local, and so reads back as Mac OS Roman.
@@ -368,7 +370,6 @@ TEST_F(Tkt5Writer, NamesKeepTheirCharacters) {
     ASSERT_EQ(items.size(), 1u);
     EXPECT_EQ(items[0].name, "caf\xC3\xA9 \xE2\x80\x94 \xE2\x84\xA2");
     EXPECT_EQ(items[0].flags & 0x0100, 0);
-#if !defined(_WIN32)
     fs::remove(scratch.path("archive.tkt"));
     scratch.write("in/caf\x8E", "mac roman");
     Recording local;
@@ -378,8 +379,8 @@ TEST_F(Tkt5Writer, NamesKeepTheirCharacters) {
     EXPECT_EQ(items[0].flags & 0x0100, 0x0100);
     expand(archive);
     EXPECT_EQ(readFile(scratch.path("out/caf\xC3\xA9")), "mac roman");
-#endif
 }
+#endif
 
 TEST_F(Tkt5Writer, WrongPasswordIsRefused) {
     scratch.write("in/secret", pattern(1000, 7, true));

@@ -66,7 +66,7 @@ private:
     TerminalUI terminal_;
 };
 
-} // namespace
+}  // namespace
 
 int tuck(const Arguments& arguments) {
     TerminalScope terminal(!arguments.quiet);
@@ -130,4 +130,4 @@ int tuck(const Arguments& arguments) {
     return status;
 }
 
-} // namespace cli
+}  // namespace cli

@@ -3,7 +3,7 @@
 namespace stream {
 class Input;
 class Output;
-} // namespace stream
+}  // namespace stream
 
 namespace engine5 {
 
@@ -15,4 +15,4 @@ public:
     virtual void encode(stream::Input& in, stream::Output& out) = 0;
 };
 
-} // namespace engine5
+}  // namespace engine5

@@ -30,11 +30,16 @@ TKTWriter::~TKTWriter() = default;
 // The one table of the suffixes of the formats that the plug-in creates.
 const char* TKTWriter::ArchiveSuffix(int format) {
     switch (format) {
-    case format::number::tkt5: return ".tkt";
-    case format::number::zip: return ".zip";
-    case format::number::gz: return ".gz";
-    case format::number::tar: return ".tar";
-    default: return "";
+        case format::number::tkt5:
+            return ".tkt";
+        case format::number::zip:
+            return ".zip";
+        case format::number::gz:
+            return ".gz";
+        case format::number::tar:
+            return ".tar";
+        default:
+            return "";
     }
 }
 

@@ -141,7 +141,8 @@ TEST_F(Tuck, FailedAndCancelledRunsLeaveNothing) {
         {"tuck " + quote(dir / "missing"), "", 1, "cratewerk: cannot read " + dir / "missing" + "\n"},
         {"tuck -p - " + quote(dir / "src"), "", 1, "cratewerk: no password given\n"},
         {"tuck " + quote(dir / "src"), "CRATEWERK_UI_SCRIPT=" + quote(dir / "script"), 130, "cratewerk: cancelled\n"},
-        {"tuck -q " + quote(dir / "src"), "", 1, "cratewerk: io::File::open() cannot open " + dir / "src/sub/dangling" + "\n"},
+        {"tuck -q " + quote(dir / "src"), "", 1,
+         "cratewerk: io::File::open() cannot open " + dir / "src/sub/dangling" + "\n"},
     };
     writeFile(dir / "script", "cancel-at 100000\n");
     for (const Case& c : cases) {
@@ -160,4 +161,4 @@ TEST_F(Tuck, FailedAndCancelledRunsLeaveNothing) {
     }
 }
 
-} // namespace
+}  // namespace

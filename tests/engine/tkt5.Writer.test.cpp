@@ -91,7 +91,9 @@ public:
         add(static_cast<ProgressSizeEndListener*>(this));
         add(static_cast<ProgressSizeMoveListener*>(this));
     }
-    void archiveChangedNameEvent(const std::string& path) override { log("renamed " + fs::path(path).filename().string()); }
+    void archiveChangedNameEvent(const std::string& path) override {
+        log("renamed " + fs::path(path).filename().string());
+    }
     bool archiveCreateBeginEvent() override { return log("create"); }
     void archiveCreateEndEvent() override { log("create end"); }
     bool fileEncodeBeginEvent() override {
@@ -236,7 +238,9 @@ TEST_P(Tkt5WriterMethods, RoundTripATreeExactly) {
         {"top/a/b/c", "/"},
         {"top/a/b/c/deep.txt", pattern(5000, 3, true)},
         {"top/a/b/after", "/"},
-        {"top/Gr\xC3\xBC\xC3\x9F" "e \xE2\x84\xA2.txt", "umlauts"},
+        {"top/Gr\xC3\xBC\xC3\x9F"
+         "e \xE2\x84\xA2.txt",
+         "umlauts"},
     };
     for (const auto& [path, content] : tree) {
         if (content == "/")
@@ -295,8 +299,7 @@ TEST_F(Tkt5Writer, LayoutLinksTheTreeAndMarksEveryFolderEnd) {
     EXPECT_EQ(std::vector<uint32_t>({g.previous, g.next, g.parent}), std::vector<uint32_t>({f.offset, 0, 0}));
     // The password flag is on every file and folder, never on a marker; the
     // key is on the data fork alone, five bytes, the same for all.
-    for (const Stored& item : items)
-        EXPECT_EQ((item.flags & 0x20) != 0, !item.marker) << item.name;
+    for (const Stored& item : items) EXPECT_EQ((item.flags & 0x20) != 0, !item.marker) << item.name;
     EXPECT_EQ(x.key.size(), 5u);
     EXPECT_EQ(g.key, x.key);
     EXPECT_EQ(x.method, 15);
@@ -408,10 +411,10 @@ TEST_F(Tkt5Writer, EventsComeInTheirOrder) {
     scratch.write("in/b", "bb");
     Recording writer;
     tuck({in("d"), in("b")}, writer);
-    EXPECT_EQ(writer.events, (std::vector<std::string>{"create", "size 7", "files 2", "files 0", "folder d", "file a",
-                                                       "file end", "files 1", "folder e", "folder end", "folder end",
-                                                       "file b", "file end", "files 2", "size end", "files end",
-                                                       "create end"}));
+    EXPECT_EQ(writer.events,
+              (std::vector<std::string>{"create", "size 7", "files 2", "files 0", "folder d", "file a", "file end",
+                                        "files 1", "folder e", "folder end", "folder end", "file b", "file end",
+                                        "files 2", "size end", "files end", "create end"}));
 }
 
 TEST_F(Tkt5Writer, RequestsThatCannotBeWritten) {
@@ -428,7 +431,9 @@ TEST_F(Tkt5Writer, RequestsThatCannotBeWritten) {
         {format::number::zip, {in("f")}, "Unsupported format", "archive format is not supported"},
         {format::number::tktsegN, {in("f")}, "Unsupported format", "archive format is not supported"},
         // Two inputs pass a single-input format, the third does not.
-        {format::number::compress, {in("f"), "", in("f"), in("f")}, "Bad argument",
+        {format::number::compress,
+         {in("f"), "", in("f"), in("f")},
+         "Bad argument",
          "compress format does not support storage of multiple files"},
     };
     for (const Case& c : cases) {
@@ -551,4 +556,4 @@ TEST_F(Tkt5Writer, SymbolicLinksToFoldersAreNotFollowed) {
 }
 #endif
 
-} // namespace
+}  // namespace

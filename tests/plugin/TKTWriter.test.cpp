@@ -104,4 +104,4 @@ TEST(Tuck, AFailureInTheEngineIsItsMessage) {
     EXPECT_EQ(plugin.call(kCRwrkTar, dir / "a"), "-1|archive format is not supported|");
 }
 
-} // namespace
+}  // namespace

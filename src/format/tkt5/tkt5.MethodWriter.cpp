@@ -23,7 +23,7 @@ namespace engine5::tkt5 {
 namespace {
 constexpr uint32_t bufferSize = 65536;
 constexpr uint32_t uniqueLimit = 999;
-} // namespace
+}  // namespace
 
 MethodWriter::MethodWriter(tuckett5::Writer& writer, const std::string& password, const std::string& key)
     : writer(writer), password(password), key(key) {}
@@ -127,4 +127,4 @@ uint8_t ArsenicWriter::method() const { return format::tkt5::ForkInfo::arsenicMe
 
 void ArsenicWriter::run(stream::Input& in, stream::Output& out) { transform->process(in, out); }
 
-} // namespace engine5::tkt5
+}  // namespace engine5::tkt5

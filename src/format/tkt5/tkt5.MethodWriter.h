@@ -88,4 +88,4 @@ protected:
     bool checked() const override { return false; }
 };
 
-} // namespace engine5::tkt5
+}  // namespace engine5::tkt5

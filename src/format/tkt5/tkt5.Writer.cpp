@@ -50,8 +50,7 @@ std::unique_ptr<MethodWriter> makeMethodWriter(int32_t compression, uint64_t siz
 // A path given with separators at its end names the same item without them.
 std::string trimmed(const std::string& path) {
     std::string text = path;
-    while (text.size() > 1 && std::string(io::Path::separators).find(text.back()) != std::string::npos)
-        text.pop_back();
+    while (text.size() > 1 && std::string(io::Path::separators).find(text.back()) != std::string::npos) text.pop_back();
     return text;
 }
 
@@ -87,7 +86,7 @@ private:
     uint64_t position_;
 };
 
-} // namespace
+}  // namespace
 
 Writer::Writer(tuckett5::Writer& writer) : engine5::FormatWriter(writer) { writer.tuckedFlagD(true); }
 
@@ -264,10 +263,11 @@ uint32_t Writer::tuckFile(stream::random::Output& out, const std::string& path, 
     out.fill(headerSize, filler);
     followPosition(out);
 
-    for (io::random::File* fork : {static_cast<io::random::File*>(macDriveFork.get()),
-                                   static_cast<io::random::File*>(ntfsFork.get())}) {
+    for (io::random::File* fork :
+         {static_cast<io::random::File*>(macDriveFork.get()), static_cast<io::random::File*>(ntfsFork.get())}) {
         if (fork == nullptr) continue;
-        const format::data::FileInfo info = fork == macDriveFork.get() ? macDriveFork->fileInfo() : ntfsFork->fileInfo();
+        const format::data::FileInfo info =
+            fork == macDriveFork.get() ? macDriveFork->fileInfo() : ntfsFork->fileInfo();
         format::data::FileInfo& finder = header.macHeader().fileInfo();
         finder.type(info.type());
         finder.creator(info.creator());
@@ -381,8 +381,7 @@ void Writer::tuckDirectory(stream::random::Output& out, const std::string& path,
     // A first child's `previous` is its folder.
     parent = position;
     previous = position;
-    if (!writer.password.empty())
-        header.itemFlags(header.itemFlags() | format::tkt5::ItemHeader::passwordFlag);
+    if (!writer.password.empty()) header.itemFlags(header.itemFlags() | format::tkt5::ItemHeader::passwordFlag);
 
     out.seek(position);
     header.write(out);
@@ -429,8 +428,7 @@ void Writer::tuckDirectory(stream::random::Output& out, const std::string& path,
     header.next(0);
     header.folderInfo().totalSize(localSize);
     header.folderInfo().totalCompressedSize(localStored);
-    if (!writer.password.empty())
-        header.itemFlags(header.itemFlags() | format::tkt5::ItemHeader::passwordFlag);
+    if (!writer.password.empty()) header.itemFlags(header.itemFlags() | format::tkt5::ItemHeader::passwordFlag);
 
     callerStored += header.size() + localStored;
     callerSize += localSize;
@@ -511,4 +509,4 @@ void Writer::updateEndFolder(uint32_t marker, uint32_t position) {
     at(position).previous(parent);
 }
 
-} // namespace engine5::tkt5
+}  // namespace engine5::tkt5

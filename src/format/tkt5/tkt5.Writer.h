@@ -44,8 +44,8 @@ protected:
                        uint32_t previous, uint32_t& callerSize, uint32_t& callerStored);
     void tuckDirectoryTree(stream::random::Output& out, const std::string& path, const std::string& name);
     // Stores one fork of the file in hand, recording its sizes, method and CRC.
-    void encodeFork(stream::random::Output& out, io::random::File& source, format::tkt5::ForkInfo& fork,
-                    bool resource, uint32_t dataStart);
+    void encodeFork(stream::random::Output& out, io::random::File& source, format::tkt5::ForkInfo& fork, bool resource,
+                    uint32_t dataStart);
     void updatePrevious(uint32_t previous, uint32_t position, uint32_t target);
     void updateParent(uint32_t size, uint32_t stored, uint32_t folder, int16_t count);
     void updateAllParents(uint32_t size, uint32_t stored, uint32_t folder, int16_t count);
@@ -75,4 +75,4 @@ protected:
     uint32_t previous = 0;
 };
 
-} // namespace engine5::tkt5
+}  // namespace engine5::tkt5

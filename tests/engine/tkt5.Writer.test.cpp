@@ -21,6 +21,7 @@
 #include "format/format.Number.h"
 #include "format/tkt5/tkt5.ArchiveHeader.h"
 #include "format/tkt5/tkt5.ItemHeader.h"
+#include "io/io.Path.h"
 #include "io/io.ntfs.Rsrc.h"
 #include "stream/stream.Array.h"
 
@@ -223,7 +224,7 @@ struct MethodCase {
 class Tkt5WriterMethods : public Tkt5Writer, public ::testing::WithParamInterface<MethodCase> {};
 
 TEST_P(Tkt5WriterMethods, RoundTripATreeExactly) {
-    const Tree tree = {
+    Tree tree = {
         {"top", "/"},
         {"top/empty", ""},
         {"top/one", "x"},
@@ -238,10 +239,11 @@ TEST_P(Tkt5WriterMethods, RoundTripATreeExactly) {
         {"top/a/b/c", "/"},
         {"top/a/b/c/deep.txt", pattern(5000, 3, true)},
         {"top/a/b/after", "/"},
-        {"top/Gr\xC3\xBC\xC3\x9F"
-         "e \xE2\x84\xA2.txt",
-         "umlauts"},
     };
+#if !defined(_WIN32)
+    // Names on Windows are in the ANSI code page, not UTF-8.
+    tree["top/Gr\xC3\xBC\xC3\x9F" "e \xE2\x84\xA2.txt"] = "umlauts";
+#endif
     for (const auto& [path, content] : tree) {
         if (content == "/")
             fs::create_directories(in(path));
@@ -460,7 +462,7 @@ TEST_F(Tkt5Writer, ArchiveNamesComeFromTheFirstItemAndAreNeverReused) {
     scratch.write("in/report.tkt", "someone else's");
     Recording writer;
     writer.create({in("report...")});
-    EXPECT_EQ(writer.archiveInfo.path, in("report_1.tkt"));
+    EXPECT_EQ(fs::path(writer.archiveInfo.path), fs::path(in("report_1.tkt")));
     EXPECT_EQ(writer.events.front(), "renamed report_1.tkt");
     EXPECT_EQ(readFile(in("report.tkt")), "someone else's");
 
@@ -533,7 +535,9 @@ TEST_F(Tkt5Writer, FilesThatCannotBeReadFailTheRun) {
         tuck({in("gone")}, writer);
         ADD_FAILURE() << "no exception";
     } catch (const un::exception& e) {
-        EXPECT_EQ(std::string(e.what()), "io::File::open() cannot open " + in("gone"));
+        std::string path = in("gone");
+        io::Path::makeAbsolute(path);
+        EXPECT_EQ(std::string(e.what()), "io::File::open() cannot open " + path);
     }
 }
 

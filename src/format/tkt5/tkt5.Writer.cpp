@@ -163,7 +163,10 @@ void Writer::encode(const std::list<std::string>& list, stream::random::Output& 
 
     for (const std::string& given : list) {
         if (given.empty()) continue;
-        const std::string path = trimmed(given);
+        // Absolute first, so that the name is the last component whichever
+        // separators the caller used.
+        std::string path = trimmed(given);
+        io::Path::makeAbsolute(path);
         io::PathSplitter split(path);
         const std::string name = split.name() + split.extension();
         if (io::Path::directory(path)) {

@@ -31,16 +31,23 @@ std::string absolute(const std::string& path) {
 
 // The plug-in's writer with two duties of the tool: a file with a resource
 // fork is stored with Arsenic when ISP is asked for, since an ISP data fork
-// would overwrite the resource fork stored before it; and the person hears of it.
+// would overwrite the resource fork stored before it; and the person hears of
+// it, and of a resource fork under a password, whose record gets no key and
+// so cannot be expanded again.
 class ToolWriter : public TKTWriter {
 public:
     explicit ToolWriter(bool progress) : TKTWriter(progress) {}
 
     bool fileEncodeBeginEvent() override {
         chosen_ = compression();
-        if (chosen_ == format::tkt5::ForkInfo::ispMethod && io::ntfs::Rsrc::hasInfo(fileInfo.name)) {
-            complain("warning: " + fileInfo.name + " has a resource fork; it is stored with Arsenic");
-            compression(format::tkt5::ForkInfo::arsenicMethod);
+        if (io::ntfs::Rsrc::hasInfo(fileInfo.name)) {
+            if (chosen_ == format::tkt5::ForkInfo::ispMethod) {
+                complain("warning: " + fileInfo.name + " has a resource fork; it is stored with Arsenic");
+                compression(format::tkt5::ForkInfo::arsenicMethod);
+            }
+            if (!password.value().empty())
+                complain("warning: " + fileInfo.name +
+                         " has a resource fork; under a password it cannot be expanded again");
         }
         return TKTWriter::fileEncodeBeginEvent();
     }

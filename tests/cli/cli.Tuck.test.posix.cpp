@@ -111,13 +111,20 @@ TEST_F(Tuck, PasswordsAndForks) {
     info.type(format::data::OSType("TEXT"));
     fork.fileInfo(info);
 
-    // ISP would lose the fork, so that file takes Arsenic, and says so.
+    // ISP would lose the fork, so that file takes Arsenic, and says so. A
+    // password leaves the fork's record without a key: the fork is stored, but
+    // cannot be expanded again, and the tool says that too.
     Outcome made = run("tuck -q --method=isp -p secret " + quote(dir / "src") + " -o " + quote(dir / "x.tkt"));
     ASSERT_EQ(made.status, 0) << made.err;
-    EXPECT_EQ(made.err, "cratewerk: warning: " + path + " has a resource fork; it is stored with Arsenic\n");
+    EXPECT_EQ(made.err, "cratewerk: warning: " + path + " has a resource fork; it is stored with Arsenic\n" +
+                            "cratewerk: warning: " + path +
+                            " has a resource fork; under a password it cannot be expanded again\n");
     EXPECT_EQ(run("expand -q -p wrong " + quote(dir / "x.tkt") + " " + quote(dir / "bad")).err,
               "cratewerk: password mismatch in tkt5 reader\n");
-    Outcome back = run("expand -q --macbinary=never -p secret " + quote(dir / "x.tkt") + " " + quote(dir / "out"));
+    EXPECT_EQ(run("expand -q -p secret " + quote(dir / "x.tkt") + " " + quote(dir / "bad")).status, 1);
+
+    ASSERT_EQ(run("tuck -q --method=isp " + quote(dir / "src") + " -o " + quote(dir / "y.tkt")).status, 0);
+    Outcome back = run("expand -q --macbinary=never " + quote(dir / "y.tkt") + " " + quote(dir / "out"));
     ASSERT_EQ(back.status, 0) << back.err;
     io::ntfs::Rsrc copy(dir / "out/src/Doc");
     copy.open();

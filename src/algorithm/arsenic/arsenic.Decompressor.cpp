@@ -12,12 +12,13 @@ namespace algorithm::arsenic {
 namespace {
 
 // The interleaved walk of the inverse transform: blocks from this length up,
-// cut into this many stretches, followed this many at a time, written in
-// chunks of this many bytes (a divisor of every such block's capacity).
+// cut into one stretch per 4096 bytes up to this many, followed this many at
+// a time, written in chunks of this many bytes (a divisor of every such
+// block's capacity).
 constexpr uint32_t interleaveMinimum = 65536;
 constexpr uint32_t interleaveStretches = 256;
 constexpr unsigned interleaveWays = 16;
-constexpr uint32_t interleaveChunk = 4096;
+constexpr uint32_t interleaveChunk = 1024;
 
 void checkEnd(const arith::DCC95Decoder& decoder) {
     if (decoder.exhausted()) throw Exception(endOfStream, Decompressor::source);
@@ -170,15 +171,15 @@ void FastDecompressor::followChains(uint32_t length, uint32_t first) {
     std::vector<uint64_t> marked((length + 63) / 64, 0);
     auto isMarked = [&](uint32_t x) { return ((marked[x >> 6] >> (x & 63)) & 1) != 0; };
     std::vector<Stretch> stretches;
-    stretches.reserve(interleaveStretches);
+    const uint32_t wanted = length / 4096 < interleaveStretches ? length / 4096 : interleaveStretches;
+    stretches.reserve(wanted);
     auto mark = [&](uint32_t x) {
         if (isMarked(x)) return;
         marked[x >> 6] |= uint64_t(1) << (x & 63);
         stretches.push_back(Stretch{x, 0, 0, {}});
     };
     mark(first);
-    for (uint32_t k = 1; k < interleaveStretches; ++k)
-        mark(static_cast<uint32_t>(uint64_t(length) * k / interleaveStretches));
+    for (uint32_t k = 1; k < wanted; ++k) mark(static_cast<uint32_t>(uint64_t(length) * k / wanted));
 
     // Chunks below mainChunks lie in mtfBlock; the few that a stretch's last
     // partial chunk costs lie in `spare`.

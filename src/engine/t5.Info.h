@@ -48,6 +48,13 @@ public:
     bool macBinary = false;
 };
 
+// An item that could not be expanded while the run went on past it.
+struct ItemFailure {
+    std::string name;
+    std::string message;
+    std::string kind;
+};
+
 class FolderInfo {
 public:
     FolderInfo() { reset(); }

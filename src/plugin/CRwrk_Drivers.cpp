@@ -5,6 +5,8 @@
 #include <string>
 
 #include "algorithm/algorithm.Password.h"
+#include "engine/engine5.Registry.h"
+#include "format/format.Number.h"
 #include "plugin/CRwrk_Win.h"
 #include "plugin/Crwk.UI.h"
 #include "plugin/FMUtils.h"
@@ -16,15 +18,16 @@ namespace {
 constexpr uint32_t kMaxPath = 1023;
 constexpr uint32_t kMaxText = 255;
 
-// Suffix that an archive gets when only its source was named.
+// Suffix that an archive gets when only its source was named: that of the
+// format the function writes, from the format registry.
 const char* ArchiveSuffix(int32_t function) {
-    switch (function) {
-    case kCRwrkTuck: return ".tkt";
-    case kCRwrkZip: return ".zip";
-    case kCRwrkGZip: return ".gz";
-    case kCRwrkTar: return ".tar";
-    default: return "";
-    }
+    int format = function == kCRwrkTuck  ? format::number::tkt5
+                 : function == kCRwrkZip ? format::number::zip
+                 : function == kCRwrkGZip ? format::number::gz
+                 : function == kCRwrkTar  ? format::number::tar
+                                          : format::number::unknown;
+    const engine5::FormatDescriptor* descriptor = engine5::findFormat(format);
+    return descriptor ? descriptor->suffix : "";
 }
 
 // Names the archive, clears its place and writes it. No format has a writer

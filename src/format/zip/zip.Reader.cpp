@@ -29,6 +29,7 @@ constexpr uint16_t utf8Flag = 0x0800;
 constexpr uint32_t encryptionHeaderSize = format::zip::EncryptionHeader::fixed_size;
 constexpr int unixHost = 3;
 
+const char* const invalidData = "CRC mismatch in zip reader; data is invalid";
 const char* const multiPart = "expansion of segmented multi-part archives not supported by zip reader";
 
 // A DOS date and time, which count in the local time of the machine that
@@ -93,7 +94,9 @@ std::string folderName(std::string name) {
 
 }  // namespace
 
-Reader::Reader(uint32_t position, tuckett5::Reader& reader) : FormatReader(position, reader) {}
+Reader::Reader(uint32_t position, tuckett5::Reader& reader) : FormatReader(position, reader) {
+    foldersAreItems = true;
+}
 
 Reader::~Reader() = default;
 
@@ -222,7 +225,7 @@ void Reader::decode(stream::random::Input& input, io::random::File&) {
     reader.fireArchiveDecodeBegin();
     reader.fireProgressSizeBegin(reader.archiveInfo.expandedSize());
     reader.fireProgressFilesBegin(reader.archiveInfo.fileCount);
-    itemsDone_ = 0;
+    itemsDone = 0;
     reader.fireProgressFilesMove(0);
 
     decodeAll(input);
@@ -247,7 +250,7 @@ void Reader::decodeAll(stream::random::Input& input) {
 }
 
 void Reader::unzipAll(stream::random::Input& input) {
-    count_ = 0;
+    bytesDone = 0;
     files_.clear();
     for (uint32_t i = 0; i < endHeader_.entries(); ++i) {
         centralHeader_.read(input, false);
@@ -262,6 +265,7 @@ void Reader::unzipAll(stream::random::Input& input) {
         info->offset = centralHeader_.localHeaderOffset();
         info->attributes = static_cast<uint16_t>((centralHeader_.externalAttributes() & 0xFF) | 0x20);
         info->flags = centralHeader_.flags();
+        info->text = (centralHeader_.internalAttributes() & 1) != 0;
         if ((centralHeader_.versionMadeBy() >> 8) == unixHost)
             info->permissions = (centralHeader_.externalAttributes() >> 16) & 0777;
         files_.push_back(std::move(info));
@@ -285,67 +289,38 @@ void Reader::unzipAll(stream::random::Input& input) {
     }
 }
 
-void Reader::itemDone() { reader.fireProgressFilesMove(++itemsDone_); }
-
 void Reader::unzipFile(stream::random::Input& input, const FileInfo& info, format::zip::LocalHeader& header) {
     const EntryName name = entryName(header.name(), header.extra(), (header.flags() & utf8Flag) != 0);
-    tuckett5::FileInfo& file = reader.fileInfo;
-    file.reset();
-    file.name = name.local;
-    file.unicodeName(name.unicode);
-    file.compressedSize(header.compressedSize());
-    file.expandedSize(header.uncompressedSize());
-    const uint32_t modified = modificationTime(header.date(), header.time(), header.extra());
-    file.modificationTime(modified);
-    file.encrypted = (info.flags & encryptedFlag) != 0;
-
-    // A name with nothing left once the parts that could leave the output
-    // folder are dropped has no place to go.
-    if (!reader.fireFileDecodeBegin(header.uncompressedSize()) || io::safeComponents(name.local).empty()) {
-        count_ += header.compressedSize();
-        itemDone();
-        return;
-    }
-
-    std::string path = preprocessName(name.local);
-    io::random::File output;
-    createOutputFile(output, path, defaultTries);
-    {
-        io::random::FileOutput out(output);
-        unzipFileData(input, out, header, info);
-    }
-    itemDone();
-    reader.fireFileDecodeEnd();
-    output.close();
-    output.modificationTime(modified);
-    output.win32Attributes(info.attributes);
-    if (info.permissions != 0) output.permissions(info.permissions);
+    Entry entry;
+    entry.name = name.local;
+    entry.unicodeName = name.unicode;
+    entry.compressedSize(header.compressedSize());
+    entry.dataSize(header.uncompressedSize());
+    entry.resourceSize(0);
+    entry.modificationTime(modificationTime(header.date(), header.time(), header.extra()));
+    entry.encrypted = (info.flags & encryptedFlag) != 0;
+    entry.attributes(info.attributes);
+    if (info.permissions != 0) entry.permissions(info.permissions);
+    entry.text = info.text;
+    entry.invalidData = invalidData;
+    expandFile(entry, [&] { unzipFileData(input, dataFork(), header, info); });
 }
 
 void Reader::unzipFolder(const FileInfo&, format::zip::LocalHeader& header) {
     const EntryName name = entryName(header.name(), header.extra(), (header.flags() & utf8Flag) != 0);
-    tuckett5::UnicodeName unicode = name.unicode;
-    while (!unicode.empty() && unicode.back() == '/') unicode.pop_back();
-    reader.folderInfo.reset();
-    reader.folderInfo.name = folderName(name.local);
-    reader.folderInfo.unicodeName(unicode);
-    reader.fireFolderDecodeBegin(0);
-
-    if (!io::safeComponents(reader.folderInfo.name).empty()) {
-        std::string path = preprocessName(reader.folderInfo.name);
-        // A folder that this run made already, for a file inside it or by an
-        // earlier entry of the same name, is used as it is.
-        if (!(io::Path::exists(path) && io::Path::directory(path))) createOutputFolder(path, defaultTries);
-    }
-    itemDone();
-    reader.fireFolderDecodeEnd();
+    Entry entry;
+    entry.kind = Entry::Kind::folder;
+    entry.name = folderName(name.local);
+    entry.unicodeName = name.unicode;
+    while (!entry.unicodeName.empty() && entry.unicodeName.back() == '/') entry.unicodeName.pop_back();
+    expandFolder(entry);
 }
 
 void Reader::unzipFileData(stream::random::Input& input, stream::Output& output, format::zip::LocalHeader& header,
                            const FileInfo& info) {
     std::unique_ptr<MethodReader> method = MethodReader::make(header.method(), header.flags(), reader);
     if (!method) throw UnsupportedMethod("zip reader encountered a file with an unsupported compression method");
-    method->count = count_;
+    method->count = bytesDone;
     method->compressedLimit(header.compressedSize());
     method->uncompressedLimit(header.uncompressedSize());
 
@@ -364,8 +339,8 @@ void Reader::unzipFileData(stream::random::Input& input, stream::Output& output,
         algorithm::zipcrypt::Input decrypted(input, cipher);
         method->decode(decrypted, output);
     }
-    count_ = method->count;
-    if (method->crc() != header.crc()) throw BadData("CRC mismatch in zip reader; data is invalid");
+    bytesDone = method->count;
+    if (method->crc() != header.crc()) throw BadData(invalidData);
 }
 
 }  // namespace engine5::zip

@@ -27,6 +27,8 @@ struct FileInfo {
     uint16_t flags = 0;  // of the central header: bit 0 says encrypted
     // The POSIX mode bits of an entry made on Unix, else 0.
     uint32_t permissions = 0;
+    // The internal attributes mark the entry as text.
+    bool text = false;
 };
 
 // Lists a Zip archive from its central directory and expands it. Data in
@@ -52,10 +54,6 @@ private:
     void unzipFolder(const FileInfo& info, format::zip::LocalHeader& header);
     void unzipFileData(stream::random::Input& input, stream::Output& output, format::zip::LocalHeader& header,
                        const FileInfo& info);
-    void itemDone();
-
-    uint64_t count_ = 0;  // bytes done, the base of the progress events
-    uint32_t itemsDone_ = 0;
     format::zip::CentralHeader centralHeader_;
     format::zip::EndHeader endHeader_;
     unsigned long long directoryOffset = 0;

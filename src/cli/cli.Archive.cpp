@@ -117,6 +117,8 @@ int expand(const Arguments& arguments) {
     bool destinationGiven = destination.pathLength != 0;
 
     TKTReader reader(true);
+    // The tool never deletes what is beside the archive unless told to.
+    reader.replaceExisting = arguments.replace;
     reader.macBinaryOutput(arguments.macBinary);
     reader.textConversion(arguments.text);
     reader.textLineEnding(arguments.eol);
@@ -139,8 +141,11 @@ int expand(const Arguments& arguments) {
             std::fill(typed.begin(), typed.end(), '\0');
         }
         reader.decode();
+        // Where the items really went: a taken name makes the engine pick a free one.
         std::string result = destination.pathString;
-        if (destinationGiven && !reader.archiveInfo.rootName.empty())
+        if (!reader.archiveInfo.rootName.empty() && !reader.topPath.empty())
+            result = reader.topPath;
+        else if (destinationGiven && !reader.archiveInfo.rootName.empty())
             result += FSObject::kSeparator + reader.archiveInfo.rootName.substr(0, reader.archiveInfo.rootName.find('/'));
         std::printf("%s\n", result.c_str());
     } catch (const tuckett5::exception::Evacuation&) {

@@ -228,6 +228,7 @@ void FormatReader::openOutputs(const Entry& entry, const std::string& planned) {
     out.path = planned;
     out.macBinary = macBinaryOutput;
     createOutputFile(out.file, out.path, defaultTries);
+    noteTop(out.path);
     out.fileOutput = std::make_unique<io::random::FileOutput>(out.file);
     out.buffered = std::make_unique<stream::BufferedOutput>(*out.fileOutput, bufferSize);
     const uint64_t dataSize = entry.dataSize.isSet() ? entry.dataSize() : stream::all;
@@ -359,11 +360,12 @@ std::string FormatReader::expandFolder(const Entry& entry) {
     std::string path;
     const std::string name = outputName(entry);
     if (!io::safeComponents(name).empty()) {
-        path = preprocessName(name);
+        path = preprocessName(name, true);
         // A folder that is there already was made by this run, for an earlier
         // entry of the same name or for a file inside it (a top folder that
         // was there before opens a fresh one): it is used as it is.
         if (!io::Path::directory(path)) createOutputFolder(path, defaultTries);
+        noteTop(path);
     }
     if (foldersAreItems) reader.fireProgressFilesMove(++itemsDone);
     reader.fireFolderDecodeEnd();
@@ -393,7 +395,9 @@ void FormatReader::makeMacBinaryOutputDecision(bool formatDefault) {
         macBinaryOutput = formatDefault;
 }
 
-std::string FormatReader::preprocessName(const std::string& name) {
+std::string FormatReader::preprocessName(const std::string& name) { return preprocessName(name, false); }
+
+std::string FormatReader::preprocessName(const std::string& name, bool isFolder) {
     std::string folder = reader.outputFolder();
     io::Path::makeAbsolute(folder);
     while (folder.size() > 1 && folder.back() == io::Path::separator) folder.pop_back();
@@ -410,7 +414,11 @@ std::string FormatReader::preprocessName(const std::string& name) {
     std::string rest = end == std::string::npos ? std::string() : path.substr(end);
 
     auto entry = topLevelNames.find(top);
-    if (io::Path::exists(top) && io::Path::directory(top)) {
+    // Something that was there before this run and is not a folder (the
+    // archive itself, say) is never written into: items below it open a
+    // fresh folder too.
+    const bool exists = io::Path::exists(top) || io::Path::link(top);
+    if (exists && (io::Path::directory(top) || isFolder || !rest.empty() || entry != topLevelNames.end())) {
         if (entry == topLevelNames.end()) {
             // The first item that falls into a folder that was there before
             // this run opens a fresh folder beside it; its siblings follow.
@@ -424,6 +432,16 @@ std::string FormatReader::preprocessName(const std::string& name) {
         topLevelNames[top] = top;
     }
     return top + rest;
+}
+
+void FormatReader::noteTop(const std::string& path) {
+    if (!reader.topPath.empty() || path.empty()) return;
+    std::string folder = reader.outputFolder();
+    io::Path::makeAbsolute(folder);
+    while (folder.size() > 1 && folder.back() == io::Path::separator) folder.pop_back();
+    if (folder.back() != io::Path::separator) folder += io::Path::separator;
+    if (path.size() <= folder.size() || path.compare(0, folder.size(), folder) != 0) return;
+    reader.topPath = path.substr(0, path.find(io::Path::separator, folder.size()));
 }
 
 void FormatReader::tellChangedName(const std::string& path) { reader.fireFileChangedName(path.c_str()); }

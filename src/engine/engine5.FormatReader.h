@@ -132,6 +132,8 @@ protected:
     void makeMacBinaryOutputDecision(bool formatDefault);
     // A stored item name to a full path inside the output folder.
     std::string preprocessName(const std::string& name);
+    // The same for an item that is a folder itself.
+    std::string preprocessName(const std::string& name, bool folder);
     // Makes a file's path legal and free, tells the listeners of a change, and
     // creates the folders above it.
     void postprocessName(std::string& path);
@@ -151,6 +153,8 @@ protected:
 
 private:
     struct OpenFile;
+    // Notes the top-level path of the first item made, for the client.
+    void noteTop(const std::string& path);
     void tellChangedName(const std::string& path);
     std::string outputName(const Entry& entry);
     void openOutputs(const Entry& entry, const std::string& path);

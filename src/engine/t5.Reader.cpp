@@ -79,6 +79,8 @@ void Reader::decode() {
         throw exception::BadArgument("call to decode an archive without an open archive");
     if (!formatReader) throw exception::UnsupportedFormat("archive format is not supported");
     if (outputFolder().empty()) outputFolder(io::PathSplitter(archiveInfo.path).folder());
+    topPath.clear();
+    itemFailures.clear();
 
     stream::random::BufferedInput buffered(*input, bufferSize);
     formatReader->decode(buffered, *file);

@@ -137,6 +137,9 @@ public:
     // expands. Off, the first failure ends the run.
     un::property<bool> continueAfterItemFailure{false};
     std::vector<ItemFailure> itemFailures;
+    // Where the first top-level item of the last decode went: a top folder or
+    // file that had to take a free name shows here under that name.
+    std::string topPath;
 
     algorithm::Password password;
     // A key beside the password, and a text behind it, for the formats that

@@ -409,6 +409,37 @@ TEST(ZipReader, FiresTheEventsInTheirOrder) {
     reader.close();
 }
 
+TEST(ZipReader, LineEndsAndMacBinaryFollowTheOptions) {
+    Scratch scratch;
+    const std::string archive = scratch.archive(build({{"d/t.txt", "a\nb\r\nc\rd"}}).bytes);
+    auto run = [&](const fs::path& out, int text, int macBinary) {
+        tuckett5::Reader reader;
+        reader.outputFolder(out.string());
+        reader.textConversion(text);
+        reader.textLineEnding(3);
+        reader.macBinaryOutput(macBinary);
+        reader.open(archive);
+        reader.decode();
+        reader.close();
+    };
+    run(scratch.path() / "text", tuckett5::Reader::textAll, tuckett5::Reader::macBinaryNever);
+    EXPECT_EQ(readFile(scratch.path() / "text/d/t.txt"), "a\r\nb\r\nc\r\nd");
+    // Only items marked as text are converted with "text"; this one is not.
+    run(scratch.path() / "marked", tuckett5::Reader::textOnlyText, tuckett5::Reader::macBinaryNever);
+    EXPECT_EQ(readFile(scratch.path() / "marked/d/t.txt"), "a\nb\r\nc\rd");
+
+    // MacBinary II: the header names the file, its data fork follows padded
+    // to a block, and the text is left as it is.
+    run(scratch.path() / "bin", tuckett5::Reader::textAll, tuckett5::Reader::macBinaryAlways);
+    const std::string bin = readFile(scratch.path() / "bin/d/t.txt.bin");
+    ASSERT_EQ(bin.size(), 256u);
+    EXPECT_EQ(bin[1], 5);
+    EXPECT_EQ(bin.substr(2, 5), "t.txt");
+    EXPECT_EQ(bin.substr(83, 4), std::string("\0\0\0\x08", 4));  // data length
+    EXPECT_EQ(bin.substr(128, 8), "a\nb\r\nc\rd");
+    EXPECT_EQ(bin.substr(136), std::string(120, '\0'));
+}
+
 TEST(ZipReader, ListsEncryptionAndSizes) {
     Scratch scratch;
     tuckett5::Reader reader;

@@ -387,7 +387,7 @@ void Reader::decodeItem(stream::random::Input& in) {
 }
 
 void Reader::decodeFolder() {
-    const std::string planned = preprocessName(outputPath());
+    const std::string planned = preprocessName(outputPath(), true);
     const std::string path = expandFolder(entryOf(*item));
     if (path != planned) {
         // The folder took another name: what lies inside follows it.

@@ -195,6 +195,7 @@ bool FormatReader::expandFile(const Entry& entry, const std::function<void()>& w
     }
 
     const uint64_t start = bytesDone;
+    reason_.clear();
     try {
         std::string path = preprocessName(name);
         if (entry.kind == Entry::Kind::link && expandLink(entry, path)) {
@@ -212,7 +213,9 @@ bool FormatReader::expandFile(const Entry& entry, const std::function<void()>& w
     } catch (const un::exception& failure) {
         if (!reader.continueAfterItemFailure() || !itemFailure(failure)) throw;
         abandonFile();
-        reader.itemFailures.push_back({reader.fileInfo.name, failure.what(), failure.kind()});
+        reader.itemFailures.push_back(
+            {reader.fileInfo.name, failure.what(), failure.kind(), reason_.empty() ? failure.message() : reason_});
+        reason_.clear();
         bytesDone = start + size;
         reader.fireProgressSizeMove(static_cast<uint32_t>(bytesDone));
         reader.fireProgressFilesMove(++itemsDone);

@@ -117,6 +117,9 @@ protected:
     std::string expandFolder(const Entry& entry);
     // Dates and locks a folder once its contents are in place.
     void finishFolder(const std::string& path, const Entry& entry);
+    // Says, in a user's words, why the item in hand cannot be expanded, just
+    // before the exception that ends it; the tool shows it with the item.
+    void explain(const std::string& reason) { reason_ = reason; }
     // Counts the bytes of an item passed over and reports them.
     void passOver(uint64_t bytes);
 
@@ -163,6 +166,7 @@ private:
     bool expandLink(const Entry& entry, const std::string& path);
 
     std::unique_ptr<OpenFile> open_;
+    std::string reason_;
 };
 
 }  // namespace engine5

@@ -53,6 +53,8 @@ struct ItemFailure {
     std::string name;
     std::string message;
     std::string kind;
+    // Why, in a user's words where the format says more than its message.
+    std::string reason;
 };
 
 class FolderInfo {

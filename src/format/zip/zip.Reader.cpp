@@ -84,6 +84,21 @@ uint32_t modificationTime(uint16_t date, uint16_t time, const std::string& extra
     return extraTime(extra, seconds) ? seconds : dosSeconds(date, time);
 }
 
+// What a user calls the method of an entry that cannot be read.
+std::string methodName(uint16_t method) {
+    switch (method) {
+        case 7: return "tokenized";
+        case 9: return "Deflate64-compressed";
+        case 12: return "bzip2-compressed";
+        case 14: return "LZMA-compressed";
+        case 93: return "Zstandard-compressed";
+        case 95: return "XZ-compressed";
+        case 98: return "PPMd-compressed";
+        case 99: return "AES-encrypted";
+        default: return "method " + std::to_string(method);
+    }
+}
+
 uint32_t clamp(uint64_t value) { return value > 0xFFFFFFFFu ? 0xFFFFFFFFu : static_cast<uint32_t>(value); }
 
 // A folder's name without the slash or slashes that mark it.
@@ -114,18 +129,27 @@ uint64_t Reader::locateDirectory(stream::random::Input& input, uint64_t offset) 
     return notFound;
 }
 
-void Reader::locateLocalHeader(stream::random::Input& input, uint64_t offset, format::zip::LocalHeader& header) {
+void Reader::locateLocalHeader(stream::random::Input& input, uint64_t offset, format::zip::LocalHeader& header,
+                               const std::string& name) {
+    // Offsets may count from the archive's start or from the file's. The
+    // archive's start is where classification found the first header it could
+    // read, which may be a later entry's: the header that bears the entry's
+    // own name is the one.
     const uint64_t archiveOffset = reader.archiveInfo.position;
     const uint64_t tries[2] = {archiveOffset + offset, offset};
+    int found = -1;
     for (int i = 0; i < (archiveOffset == 0 ? 1 : 2); ++i) {
         try {
             input.seek(tries[i]);
             header.read(input, true);
-            return;
+            if (header.name() == name) return;
+            if (found < 0) found = i;
         } catch (const un::exception&) {
         }
     }
-    throw BadFormat("cannot locate a local header in zip reader");
+    if (found < 0) throw BadFormat("cannot locate a local header in zip reader");
+    input.seek(tries[found]);
+    header.read(input, true);
 }
 
 void Reader::scan(stream::random::Input& input, io::random::File&) {
@@ -255,10 +279,13 @@ void Reader::unzipAll(stream::random::Input& input) {
     for (uint32_t i = 0; i < endHeader_.entries(); ++i) {
         centralHeader_.read(input, false);
         if (!centralHeader_.valid()) throw BadFormat("invalid central header in zip reader");
-        const uint16_t method = centralHeader_.method();
-        if ((centralHeader_.versionNeeded() & 0xFF) >= 21 || method >= 9 || method == 7)
-            throw UnsupportedMethod("unsupported compression method in zip reader");
         auto info = std::make_unique<FileInfo>();
+        // An entry that needs a later version or another method is refused
+        // when its turn comes, so that a client may go on past it.
+        const uint16_t method = centralHeader_.method();
+        info->unsupported = (centralHeader_.versionNeeded() & 0xFF) >= 21 || method >= 9 || method == 7;
+        info->method = method;
+        info->name = centralHeader_.name();
         info->crc = centralHeader_.crc();
         info->compressedSize = centralHeader_.compressedSize();
         info->uncompressedSize = centralHeader_.uncompressedSize();
@@ -273,8 +300,9 @@ void Reader::unzipAll(stream::random::Input& input) {
 
     for (const auto& info : files_) {
         format::zip::LocalHeader header;
-        locateLocalHeader(input, info->offset, header);
-        if (!header.valid()) throw BadFormat("bad local header in zip reader");
+        locateLocalHeader(input, info->offset, header, info->name);
+        // The header of an entry that cannot be read is only wanted for its name.
+        if (!header.valid() && !info->unsupported) throw BadFormat("bad local header in zip reader");
         // With a data descriptor the local fields may be zero; the directory
         // has the real ones.
         if (header.flags() & descriptorFlag) {
@@ -303,7 +331,13 @@ void Reader::unzipFile(stream::random::Input& input, const FileInfo& info, forma
     if (info.permissions != 0) entry.permissions(info.permissions);
     entry.text = info.text;
     entry.invalidData = invalidData;
-    expandFile(entry, [&] { unzipFileData(input, dataFork(), header, info); });
+    expandFile(entry, [&] {
+        if (info.unsupported) {
+            explain(methodName(info.method) + " Zip entries are not supported");
+            throw UnsupportedMethod("unsupported compression method in zip reader");
+        }
+        unzipFileData(input, dataFork(), header, info);
+    });
 }
 
 void Reader::unzipFolder(const FileInfo&, format::zip::LocalHeader& header) {

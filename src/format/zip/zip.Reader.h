@@ -29,6 +29,10 @@ struct FileInfo {
     uint32_t permissions = 0;
     // The internal attributes mark the entry as text.
     bool text = false;
+    uint16_t method = 0;
+    std::string name;  // as the directory stores it
+    // A version or method that this reader cannot expand.
+    bool unsupported = false;
 };
 
 // Lists a Zip archive from its central directory and expands it. Data in
@@ -47,7 +51,8 @@ public:
 
 private:
     uint64_t locateDirectory(stream::random::Input& input, uint64_t offset);
-    void locateLocalHeader(stream::random::Input& input, uint64_t offset, format::zip::LocalHeader& header);
+    void locateLocalHeader(stream::random::Input& input, uint64_t offset, format::zip::LocalHeader& header,
+                           const std::string& name);
     void decodeAll(stream::random::Input& input);
     void unzipAll(stream::random::Input& input);
     void unzipFile(stream::random::Input& input, const FileInfo& info, format::zip::LocalHeader& header);

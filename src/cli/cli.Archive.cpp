@@ -150,6 +150,8 @@ std::string unreadable(const std::string& operand, const std::string& path) {
 
 // Names each item that could not be expanded, with the reason.
 void reportItemFailures(const std::string& operand, const tuckett5::Reader& reader) {
+    for (const tuckett5::ItemFailure& warning : reader.itemWarnings)
+        complain(operand + ": warning: " + warning.reason + ": " + escaped(warning.name));
     for (const tuckett5::ItemFailure& failure : reader.itemFailures)
         complain(operand + ": " + failure.reason + ": " + escaped(failure.name));
 }
@@ -195,7 +197,7 @@ int expand(const Arguments& arguments) {
         std::string result = destination.pathString;
         if (!reader.archiveInfo.rootName.empty() && !reader.topPath.empty())
             result = reader.topPath;
-        else if (destinationGiven && !reader.archiveInfo.rootName.empty())
+        else if (destinationGiven && !reader.archiveInfo.rootName.empty() && reader.itemFailures.empty())
             result += FSObject::kSeparator + reader.archiveInfo.rootName.substr(0, reader.archiveInfo.rootName.find('/'));
         std::printf("%s\n", result.c_str());
         reportItemFailures(arguments.operands[0], reader);

@@ -1,6 +1,8 @@
 #include "engine/engine5.FormatReader.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <vector>
 
 #include "engine/t5.Reader.h"
 #include "format/bin/bin.Header.h"
@@ -13,6 +15,7 @@
 #include "io/io.random.FileStreams.h"
 #include "stream/stream.BufferedOutput.h"
 #include "stream/stream.TextOutput.h"
+#include "stream/stream.Vector.h"
 
 namespace engine5 {
 
@@ -198,16 +201,13 @@ bool FormatReader::expandFile(const Entry& entry, const std::function<void()>& w
     reason_.clear();
     try {
         std::string path = preprocessName(name);
-        if (entry.kind == Entry::Kind::link && expandLink(entry, path)) {
+        if (entry.kind == Entry::Kind::link) {
+            expandLink(entry, path, write);
             bytesDone = start + size;
         } else {
             if (macBinaryOutput) path += ".bin";
             openOutputs(entry, path);
             write();
-            if (entry.kind == Entry::Kind::link) {
-                // A link that could not be made holds its target as text.
-                dataFork().write(entry.linkTarget.data(), static_cast<uint32_t>(entry.linkTarget.size()));
-            }
         }
         finishFile(entry);
     } catch (const un::exception& failure) {
@@ -350,12 +350,68 @@ void FormatReader::abandonFile() {
         if (failed->driveRsrc) failed->driveRsrc->close();
         failed->file.close();
         io::File(failed->path).unlink(false);
+        if (reader.topPath == failed->path) reader.topPath.clear();
         if (failed->rsrc) std::remove(io::ntfs::Rsrc::sidecar(failed->path).c_str());
     } catch (const un::exception&) {
     }
 }
 
-bool FormatReader::expandLink(const Entry&, const std::string&) { return false; }
+namespace {
+
+constexpr uint64_t longestLinkTarget = 4096;
+
+// Whether a link at `path` whose target is `target` leads to a place inside
+// `folder`, judged from the link's own place and by the names alone.
+bool staysInside(const std::string& folder, const std::string& path, const std::string& target) {
+    namespace fs = std::filesystem;
+    if (target.empty() || target.find('\0') != std::string::npos) return false;
+    const fs::path to(target);
+    if (to.is_absolute() || to.has_root_name() || to.has_root_directory()) return false;
+    const fs::path resolved = (fs::path(path).parent_path() / to).lexically_normal();
+    const fs::path inside = resolved.lexically_relative(fs::path(folder).lexically_normal());
+    return !inside.empty() && *inside.begin() != ".." && inside != ".";
+}
+
+}  // namespace
+
+void FormatReader::expandLink(const Entry& entry, const std::string& planned, const std::function<void()>& write) {
+    // The target is stored as the entry's data where the entry has no other
+    // place for it; a short one is all a link may hold.
+    std::string target = entry.linkTarget;
+    if (target.empty()) {
+        std::vector<char> bytes;
+        stream::VectorOutput collected(bytes);
+        const uint64_t declared = entry.dataSize.isSet() ? entry.dataSize() : longestLinkTarget;
+        open_ = std::make_unique<OpenFile>();
+        open_->data = std::make_unique<LimitedOutput>(collected, std::min(declared, longestLinkTarget), entry.invalidData);
+        write();
+        open_.reset();
+        target.assign(bytes.begin(), bytes.end());
+    }
+    std::string folder = reader.outputFolder();
+    io::Path::makeAbsolute(folder);
+#ifndef _WIN32
+    if (staysInside(folder, planned, target)) {
+        std::string path = planned;
+        postprocessName(path);
+        std::error_code error;
+        std::filesystem::create_symlink(target, path, error);
+        if (!error) {
+            noteTop(path);
+            return;
+        }
+    }
+#endif
+    // A link that leaves the folder (or that this system cannot make) comes
+    // out as a small file that holds its target, and the client is told.
+    reader.itemWarnings.push_back({reader.fileInfo.name, "", "", "a link whose target leaves the folder is kept as a file"});
+    Entry file = entry;
+    file.kind = Entry::Kind::file;
+    file.dataSize(target.size());
+    file.permissions.reset();
+    openOutputs(file, planned);
+    dataFork().write(target.data(), static_cast<uint32_t>(target.size()));
+}
 
 std::string FormatReader::expandFolder(const Entry& entry) {
     describe(entry);

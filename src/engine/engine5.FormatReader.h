@@ -163,7 +163,7 @@ private:
     void openOutputs(const Entry& entry, const std::string& path);
     void finishFile(const Entry& entry);
     void abandonFile();
-    bool expandLink(const Entry& entry, const std::string& path);
+    void expandLink(const Entry& entry, const std::string& planned, const std::function<void()>& write);
 
     std::unique_ptr<OpenFile> open_;
     std::string reason_;

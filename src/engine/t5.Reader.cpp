@@ -81,6 +81,7 @@ void Reader::decode() {
     if (outputFolder().empty()) outputFolder(io::PathSplitter(archiveInfo.path).folder());
     topPath.clear();
     itemFailures.clear();
+    itemWarnings.clear();
 
     stream::random::BufferedInput buffered(*input, bufferSize);
     formatReader->decode(buffered, *file);

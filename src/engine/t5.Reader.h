@@ -137,6 +137,8 @@ public:
     // expands. Off, the first failure ends the run.
     un::property<bool> continueAfterItemFailure{false};
     std::vector<ItemFailure> itemFailures;
+    // Items expanded otherwise than stored, with the reason (a link kept as a file).
+    std::vector<ItemFailure> itemWarnings;
     // Where the first top-level item of the last decode went: a top folder or
     // file that had to take a free name shows here under that name.
     std::string topPath;

@@ -440,6 +440,31 @@ TEST(ZipReader, LineEndsAndMacBinaryFollowTheOptions) {
     EXPECT_EQ(bin.substr(136), std::string(120, '\0'));
 }
 
+// A link is made where its target stays inside the output folder; one that
+// leaves it comes out as a file holding its target. Nothing is written
+// through a link, not even one that the same archive made.
+TEST(ZipReader, LinksStayInsideAndAreNeverWrittenThrough) {
+    Scratch scratch;
+    tuckett5::Reader reader;
+    reader.outputFolder(scratch.out().string());
+    reader.open(kData + "links.zip");
+    reader.decode();
+    reader.close();
+    const fs::path d = scratch.out() / "d";
+#ifndef _WIN32
+    EXPECT_EQ(fs::read_symlink(d / "inside"), "file");
+    EXPECT_EQ(fs::read_symlink(d / "up"), "../d/sub");
+    EXPECT_EQ(fs::read_symlink(d / "dir"), "sub");
+    EXPECT_EQ(reader.itemWarnings.size(), 2u);
+#endif
+    for (const char* leaving : {"out", "abs"}) EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(d / leaving)));
+    EXPECT_EQ(readFile(d / "out"), "../../etc/passwd");
+    EXPECT_EQ(readFile(d / "file"), "content");
+    EXPECT_FALSE(fs::exists(d / "sub/new"));
+    EXPECT_EQ(readFile(d / "dir_1/new"), "through");
+    EXPECT_EQ(readFile(d / "inside_1"), "again");
+}
+
 TEST(ZipReader, ListsEncryptionAndSizes) {
     Scratch scratch;
     tuckett5::Reader reader;

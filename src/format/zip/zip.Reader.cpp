@@ -285,6 +285,7 @@ void Reader::unzipAll(stream::random::Input& input) {
         const uint16_t method = centralHeader_.method();
         info->unsupported = (centralHeader_.versionNeeded() & 0xFF) >= 21 || method >= 9 || method == 7;
         info->method = method;
+        info->version = centralHeader_.versionNeeded() & 0xFF;
         info->name = centralHeader_.name();
         info->crc = centralHeader_.crc();
         info->compressedSize = centralHeader_.compressedSize();
@@ -293,8 +294,11 @@ void Reader::unzipAll(stream::random::Input& input) {
         info->attributes = static_cast<uint16_t>((centralHeader_.externalAttributes() & 0xFF) | 0x20);
         info->flags = centralHeader_.flags();
         info->text = (centralHeader_.internalAttributes() & 1) != 0;
-        if ((centralHeader_.versionMadeBy() >> 8) == unixHost)
-            info->permissions = (centralHeader_.externalAttributes() >> 16) & 0777;
+        if ((centralHeader_.versionMadeBy() >> 8) == unixHost) {
+            const uint32_t mode = centralHeader_.externalAttributes() >> 16;
+            info->permissions = mode & 0777;
+            info->link = (mode & 0170000) == 0120000;
+        }
         files_.push_back(std::move(info));
     }
 
@@ -320,6 +324,8 @@ void Reader::unzipAll(stream::random::Input& input) {
 void Reader::unzipFile(stream::random::Input& input, const FileInfo& info, format::zip::LocalHeader& header) {
     const EntryName name = entryName(header.name(), header.extra(), (header.flags() & utf8Flag) != 0);
     Entry entry;
+    // A link made on Unix holds its target as its data.
+    if (info.link) entry.kind = Entry::Kind::link;
     entry.name = name.local;
     entry.unicodeName = name.unicode;
     entry.compressedSize(header.compressedSize());
@@ -333,7 +339,14 @@ void Reader::unzipFile(stream::random::Input& input, const FileInfo& info, forma
     entry.invalidData = invalidData;
     expandFile(entry, [&] {
         if (info.unsupported) {
-            explain(methodName(info.method) + " Zip entries are not supported");
+            const bool knownMethod = info.method < 9 && info.method != 7;
+            if (!knownMethod)
+                explain(methodName(info.method) + " Zip entries are not supported");
+            else if (info.version == 45)
+                explain("Zip64 entries are not supported");
+            else
+                explain("Zip entries that need version " + std::to_string(info.version / 10) + "." +
+                        std::to_string(info.version % 10) + " are not supported");
             throw UnsupportedMethod("unsupported compression method in zip reader");
         }
         unzipFileData(input, dataFork(), header, info);
@@ -369,7 +382,12 @@ void Reader::unzipFileData(stream::random::Input& input, stream::Output& output,
         // written, so the check byte comes from the time instead.
         const uint32_t check = (header.flags() & descriptorFlag) ? header.time() >> 8 : header.crc() >> 24;
         encryption.expect(static_cast<char>(check & 0xFF));
-        encryption.read(input, true);
+        try {
+            encryption.read(input, true);
+        } catch (const format::Exception&) {
+            explain("wrong password");
+            throw;
+        }
         algorithm::zipcrypt::Input decrypted(input, cipher);
         method->decode(decrypted, output);
     }

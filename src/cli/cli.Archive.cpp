@@ -245,8 +245,9 @@ int list(const Arguments& arguments) {
                     info.encrypted ? "true" : "false");
         const char* separator = "";
         for (const auto& item : lister.items) {
+            const bool link = !item.folder && item.file.mode.isSet() && (item.file.mode() & 0170000) == 0120000;
             std::printf("%s\n  {\"name\": %s, \"type\": \"%s\"", separator, jsonString(item.name).c_str(),
-                        item.folder ? "folder" : "file");
+                        item.folder ? "folder" : link ? "link" : "file");
             if (!item.folder) {
                 const tuckett5::FileInfo& f = item.file;
                 if (f.expandedSize.isSet()) std::printf(", \"size\": %u", f.expandedSize());
@@ -256,15 +257,20 @@ int list(const Arguments& arguments) {
                 if (f.type.isSet()) std::printf(", \"macType\": %s", jsonString(f.type().stringValue()).c_str());
                 if (f.creator.isSet()) std::printf(", \"creator\": %s", jsonString(f.creator().stringValue()).c_str());
                 std::printf(", \"encrypted\": %s", f.encrypted ? "true" : "false");
+                if (!f.method.empty()) std::printf(", \"method\": %s", jsonString(f.method).c_str());
+                if (f.crc.isSet()) std::printf(", \"crc\": \"%08x\"", f.crc());
+                if (f.mode.isSet()) std::printf(", \"mode\": \"%o\"", f.mode());
+                if (!f.linkTarget.empty()) std::printf(", \"linkTarget\": %s", jsonString(f.linkTarget).c_str());
             }
             std::printf("}");
             separator = ",";
         }
-        std::printf("\n]}\n");
+        std::printf("\n], \"comment\": %s}\n", jsonString(info.comment).c_str());
         return kSuccess;
     }
 
     std::printf("%s: %s%s\n", path.c_str(), formatName(info.format).c_str(), info.encrypted ? ", encrypted" : "");
+    if (!info.comment.empty()) std::printf("comment: %s\n", escaped(info.comment).c_str());
     std::printf("%12s  %12s  %-16s  %-9s  %s\n", "size", "packed", "modified", "type", "name");
     uint64_t total = 0;
     size_t files = 0;
@@ -277,7 +283,8 @@ int list(const Arguments& arguments) {
         std::string size = f.expandedSize.isSet() ? std::to_string(f.expandedSize()) : "";
         std::string packed = f.compressedSize.isSet() ? std::to_string(f.compressedSize()) : "";
         std::string when = f.modificationTime.isSet() ? isoTime(f.modificationTime()) : "";
-        std::string type = f.type.isSet() ? f.type().stringValue() + "/" + (f.creator.isSet() ? f.creator().stringValue() : "????") : "file";
+        const bool link = f.mode.isSet() && (f.mode() & 0170000) == 0120000;
+        std::string type = link ? "link" : f.type.isSet() ? f.type().stringValue() + "/" + (f.creator.isSet() ? f.creator().stringValue() : "????") : "file";
         std::printf("%12s  %12s  %-16s  %-9s  %s%s\n", size.c_str(), packed.c_str(), when.c_str(), type.c_str(),
                     escaped(item.name).c_str(), f.encrypted ? " (encrypted)" : "");
         total += f.expandedSize.isSet() ? f.expandedSize() : 0;

@@ -166,6 +166,11 @@ void FormatReader::describe(const Entry& entry) {
         info.creator(entry.finderInfo().creator());
     }
     info.encrypted = entry.encrypted;
+    info.method = entry.method;
+    if (entry.crc.isSet()) info.crc(entry.crc());
+    if (entry.permissions.isSet())
+        info.mode(entry.permissions() | (entry.kind == Entry::Kind::link ? 0120000u : 0100000u));
+    info.linkTarget = entry.linkTarget;
 }
 
 void FormatReader::passOver(uint64_t bytes) {

@@ -56,8 +56,12 @@ struct Entry {
     // The data fork is text, by its Macintosh type or the format's own mark:
     // the conversion of "text items only" takes it.
     bool text = false;
-    // The target of a symbolic link, as stored.
+    // The target of a symbolic link, as stored; empty when the link's data
+    // fork holds it.
     std::string linkTarget;
+    // For listings: the name of the method and the check value of the data.
+    std::string method;
+    un::opt_property<uint32_t> crc;
     bool encrypted = false;
     // What the format thinks best for MacBinary output when the option leaves
     // it the choice; by default, a file with a resource fork goes as MacBinary.

@@ -136,4 +136,20 @@ TEST(Commands, AnItemThatCannotBeExpandedIsNamedAndTheRestExpands) {
     EXPECT_EQ(call.out, "-1|unsupported compression method in zip reader|\n");
 }
 
+TEST(Commands, ListShowsTheCommentEscapesNamesAndGivesScriptsTheDetails) {
+    Outcome text = run("list " + kSamples + "/listing.zip");
+    EXPECT_EQ(text.status, 0) << text.err;
+    EXPECT_NE(text.out.find("\ncomment: made by hand\n"), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("  file       tab\\x09here\n"), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("  link       link\n"), std::string::npos) << text.out;
+
+    Outcome json = run("list --json " + kSamples + "/listing.zip");
+    EXPECT_EQ(json.status, 0) << json.err;
+    for (const char* needle :
+         {"{\"name\": \"tab\\u0009here\", \"type\": \"file\", \"size\": 1, \"compressed\": 3",
+          "\"method\": \"deflated\", \"crc\": \"8cdc1683\", \"mode\": \"100640\"}",
+          "{\"name\": \"link\", \"type\": \"link\"", "], \"comment\": \"made by hand\"}\n"})
+        EXPECT_NE(json.out.find(needle), std::string::npos) << needle << "\n" << json.out;
+}
+
 }  // namespace

@@ -270,6 +270,12 @@ Entry Reader::entryOf(const ItemRecord& record) const {
         entry.text = record.macHeader().fileInfo().type() == format::data::OSType("TEXT");
     }
     entry.invalidData = invalidData;
+    const uint8_t method = record.dataFork.method();
+    entry.method = method == format::tkt5::ForkInfo::storedMethod    ? "stored"
+                   : method == format::tkt5::ForkInfo::ispMethod     ? "ISP"
+                   : method == format::tkt5::ForkInfo::arsenicMethod ? "Arsenic"
+                                                                     : "method " + std::to_string(method);
+    if (record.dataFork.crc() != 0) entry.crc(record.dataFork.crc());
     return entry;
 }
 

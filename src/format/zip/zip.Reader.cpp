@@ -87,7 +87,15 @@ uint32_t modificationTime(uint16_t date, uint16_t time, const std::string& extra
 // What a user calls the method of an entry that cannot be read.
 std::string methodName(uint16_t method) {
     switch (method) {
+        case 0: return "stored";
+        case 1: return "shrunk";
+        case 2:
+        case 3:
+        case 4:
+        case 5: return "reduced";
+        case 6: return "imploded";
         case 7: return "tokenized";
+        case 8: return "deflated";
         case 9: return "Deflate64-compressed";
         case 12: return "bzip2-compressed";
         case 14: return "LZMA-compressed";
@@ -212,6 +220,10 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
             file.modificationTime(
                 modificationTime(centralHeader_.date(), centralHeader_.time(), centralHeader_.extra()));
             file.encrypted = encrypted;
+            file.method = methodName(centralHeader_.method());
+            file.crc(centralHeader_.crc());
+            if ((centralHeader_.versionMadeBy() >> 8) == unixHost && (centralHeader_.externalAttributes() >> 16) != 0)
+                file.mode(centralHeader_.externalAttributes() >> 16);
             reader.fireFileInfo();
         }
 
@@ -236,6 +248,7 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
 
     reader.fireProgressScanEnd();
     endHeader_.read(input, false);
+    archive.comment = endHeader_.comment();
     if (!endHeader_.valid()) throw BadFormat("invalid signature at the end of the central directory in zip reader");
 
     // One file alone, or everything below one folder, needs no enclosing

@@ -22,6 +22,7 @@
 #include "format/zip/zip.Name.h"
 #include "stream/check/crc.CRC.h"
 #include "stream/stream.ByteOrder.h"
+#include "support/scratch.h"
 #include "stream/stream.Vector.h"
 
 namespace fs = std::filesystem;
@@ -151,30 +152,13 @@ std::map<std::string, std::string> tree(const fs::path& root) {
     return files;
 }
 
-class Scratch {
+class Scratch : public test::Scratch {
 public:
-    Scratch() {
-        std::random_device random;
-        path_ = fs::temp_directory_path() / ("cratewerk-zipreader-" + std::to_string(random()));
-        fs::create_directories(path_ / "out");
-        path_ = fs::canonical(path_);
-    }
-    ~Scratch() {
-        std::error_code ignored;
-        fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ignored);
-        for (auto& item : fs::recursive_directory_iterator(path_, ignored))
-            fs::permissions(item.path(), fs::perms::owner_all, fs::perm_options::add, ignored);
-        fs::remove_all(path_, ignored);
-    }
-    fs::path path() const { return path_; }
-    fs::path out() const { return path_ / "out"; }
+    Scratch() : test::Scratch("cratewerk-zipreader-") { fs::create_directories(path() / "out"); }
+    fs::path out() const { return path() / "out"; }
     std::string archive(const std::string& bytes, const std::string& name = "a.zip") const {
-        writeFile(path_ / name, bytes);
-        return (path_ / name).string();
+        return write(name, bytes);
     }
-
-private:
-    fs::path path_;
 };
 
 // Runs open, scan and decode into `out` and answers the failure's kind and

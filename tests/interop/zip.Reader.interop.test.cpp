@@ -17,6 +17,8 @@
 
 namespace fs = std::filesystem;
 
+#include "support/scratch.h"
+
 namespace {
 
 const std::string kData = std::string(CRATEWERK_TEST_DATA) + "/zip/";
@@ -73,22 +75,7 @@ std::map<std::string, std::string> tree(const fs::path& root) {
     return items;
 }
 
-class Scratch {
-public:
-    Scratch() {
-        std::random_device random;
-        path_ = fs::temp_directory_path() / ("cratewerk-zipinterop-" + std::to_string(random()));
-        fs::create_directories(path_);
-    }
-    ~Scratch() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    const fs::path& path() const { return path_; }
-
-private:
-    fs::path path_;
-};
+using Scratch = test::Scratch;
 
 // The files that the archivers pack: text that compresses well, noise that
 // doesn't, an empty file, an empty folder and a deeper one.

@@ -338,7 +338,12 @@ void FormatReader::finishFile(const Entry& entry) {
     done->file.close();
     try {
         if (entry.modificationTime.isSet()) done->file.modificationTime(entry.modificationTime());
+#ifndef _WIN32
+        // The mode bits say all that the attributes could here.
+        if (entry.attributes.isSet() && !entry.permissions.isSet()) done->file.win32Attributes(entry.attributes());
+#else
         if (entry.attributes.isSet()) done->file.win32Attributes(entry.attributes());
+#endif
         if (entry.permissions.isSet()) done->file.permissions(entry.permissions());
         if (entry.locked) done->file.readOnly(true);
     } catch (const un::exception&) {
@@ -478,6 +483,9 @@ std::string FormatReader::preprocessName(const std::string& name, bool isFolder)
     std::string rest = end == std::string::npos ? std::string() : path.substr(end);
 
     auto entry = topLevelNames.find(top);
+    // A top-level name met before in this run goes where it went then; only
+    // a new one is looked up on disk.
+    if (entry != topLevelNames.end() && io::Path::directory(entry->second)) return entry->second + rest;
     // Something that was there before this run and is not a folder (the
     // archive itself, say) is never written into: items below it open a
     // fresh folder too.
@@ -514,7 +522,12 @@ void FormatReader::postprocessName(std::string& path) {
     bool changed = io::Path::normalize(path) || io::Path::makeUnique(path, uniqueLimit) ||
                    io::Path::truncate(path, io::Path::maxSize);
     if (changed) tellChangedName(path);
+    // A folder that this run has made sure of once is there: it is not
+    // looked up again for every file in it.
+    const std::string folder = io::Path::getDirectoryFor(path);
+    if (knownFolders_.count(folder) != 0) return;
     io::Path::createDirectoryFor(path);
+    knownFolders_.insert(folder);
 }
 
 void FormatReader::postprocessFolderName(std::string& path) {

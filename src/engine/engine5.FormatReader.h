@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "engine/t5.Info.h"
@@ -171,6 +172,8 @@ private:
 
     std::unique_ptr<OpenFile> open_;
     std::string reason_;
+    // The folders that files of this run went into.
+    std::set<std::string> knownFolders_;
 };
 
 }  // namespace engine5

@@ -99,8 +99,7 @@ uint32_t macTime(int64_t seconds) { return static_cast<uint32_t>(seconds + macEp
 bool itemFailure(const un::exception& failure) {
     return dynamic_cast<const tuckett5::exception::UnsupportedMethod*>(&failure) != nullptr ||
            dynamic_cast<const tuckett5::exception::BadPassword*>(&failure) != nullptr ||
-           dynamic_cast<const tuckett5::exception::BadData*>(&failure) != nullptr ||
-           failure.kind() == "format";
+           dynamic_cast<const tuckett5::exception::BadData*>(&failure) != nullptr || failure.kind() == "format";
 }
 
 }  // namespace
@@ -265,7 +264,8 @@ void FormatReader::openOutputs(const Entry& entry, const std::string& planned) {
     }
 
     const int32_t conversion = reader.textConversion();
-    const bool text = conversion == tuckett5::Reader::textAll || (conversion == tuckett5::Reader::textOnlyText && entry.text);
+    const bool text =
+        conversion == tuckett5::Reader::textAll || (conversion == tuckett5::Reader::textOnlyText && entry.text);
     stream::Output* inner = out.buffered.get();
     if (text) {
         out.text = std::make_unique<stream::TextOutput>(*out.buffered, reader.textLineEnding());
@@ -285,7 +285,8 @@ void FormatReader::openOutputs(const Entry& entry, const std::string& planned) {
             out.rsrc = std::make_unique<io::ntfs::Rsrc>();
             out.rsrc->create(out.path);
         } catch (const un::exception&) {
-            throw tuckett5::exception::Output("cannot create an output file in engine5::FormatReader::createOutputFile");
+            throw tuckett5::exception::Output(
+                "cannot create an output file in engine5::FormatReader::createOutputFile");
         }
         out.rsrcOutput = std::make_unique<io::ntfs::RsrcOutput>(*out.rsrc);
         out.tee = std::make_unique<TeeOutput>(*out.rsrcOutput, out.driveOutput.get());
@@ -317,8 +318,10 @@ void FormatReader::finishFile(const Entry& entry) {
     if (open_) {
         OpenFile& out = *open_;
         if (out.macBinary) {
-            if (!out.resource) pad(*out.buffered, out.data->written());
-            else pad(*out.buffered, out.resource->written());
+            if (!out.resource)
+                pad(*out.buffered, out.data->written());
+            else
+                pad(*out.buffered, out.resource->written());
         }
         if (out.rsrcBuffered) {
             out.rsrcBuffered->flush();
@@ -393,7 +396,8 @@ void FormatReader::expandLink(const Entry& entry, const std::string& planned, co
         stream::VectorOutput collected(bytes);
         const uint64_t declared = entry.dataSize.isSet() ? entry.dataSize() : longestLinkTarget;
         open_ = std::make_unique<OpenFile>();
-        open_->data = std::make_unique<LimitedOutput>(collected, std::min(declared, longestLinkTarget), entry.invalidData);
+        open_->data =
+            std::make_unique<LimitedOutput>(collected, std::min(declared, longestLinkTarget), entry.invalidData);
         write();
         open_.reset();
         target.assign(bytes.begin(), bytes.end());
@@ -414,7 +418,8 @@ void FormatReader::expandLink(const Entry& entry, const std::string& planned, co
 #endif
     // A link that leaves the folder (or that this system cannot make) comes
     // out as a small file that holds its target, and the client is told.
-    reader.itemWarnings.push_back({reader.fileInfo.name, "", "", "a link whose target leaves the folder is kept as a file"});
+    reader.itemWarnings.push_back(
+        {reader.fileInfo.name, "", "", "a link whose target leaves the folder is kept as a file"});
     Entry file = entry;
     file.kind = Entry::Kind::file;
     file.dataSize(target.size());

@@ -21,8 +21,8 @@ constexpr uint32_t kMaxText = 255;
 // Suffix that an archive gets when only its source was named: that of the
 // format the function writes, from the format registry.
 const char* ArchiveSuffix(int32_t function) {
-    int format = function == kCRwrkTuck  ? format::number::tkt5
-                 : function == kCRwrkZip ? format::number::zip
+    int format = function == kCRwrkTuck   ? format::number::tkt5
+                 : function == kCRwrkZip  ? format::number::zip
                  : function == kCRwrkGZip ? format::number::gz
                  : function == kCRwrkTar  ? format::number::tar
                                           : format::number::unknown;

@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <string>
 
-#include "plugin/Crwk.UI.h"
 #include "io/io.Path.h"
+#include "plugin/Crwk.UI.h"
 #include "plugin/FSObject_Win.h"
 #include "util/util.System.h"
 

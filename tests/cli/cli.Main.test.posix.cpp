@@ -67,26 +67,21 @@ INSTANTIATE_TEST_SUITE_P(
     Commands, Statuses,
     ::testing::Values(
         Case{"", 2, "", "usage: cratewerk <command>"},
-        Case{"frobnicate", 2, "", "cratewerk: unknown command 'frobnicate'"},
-        Case{"--help", 0, "*", ""},
+        Case{"frobnicate", 2, "", "cratewerk: unknown command 'frobnicate'"}, Case{"--help", 0, "*", ""},
         Case{"version", 0, "Cratewerk\xC2\xAA v1.0.1\n", ""},
-        Case{"version extra", 2, "", "version takes no arguments"},
-        Case{"expand", 2, "", "expand needs an archive"},
+        Case{"version extra", 2, "", "version takes no arguments"}, Case{"expand", 2, "", "expand needs an archive"},
         Case{"x --bogus a.tkt", 2, "", "unknown option '--bogus'"},
         Case{"expand --macbinary=sometimes a.tkt", 2, "", "unknown value 'sometimes' for --macbinary"},
-        Case{"list a b", 2, "", "list needs one archive"},
-        Case{"identify", 2, "", "identify needs at least one file"},
-        Case{"expand {samples}/notes.txt /nonexistent-output", 1, "", "cratewerk: {samples}/notes.txt: not an archive\n"},
+        Case{"list a b", 2, "", "list needs one archive"}, Case{"identify", 2, "", "identify needs at least one file"},
+        Case{"expand {samples}/notes.txt /nonexistent-output", 1, "",
+             "cratewerk: {samples}/notes.txt: not an archive\n"},
         Case{"list {samples}/notes.txt", 1, "", "cratewerk: {samples}/notes.txt: not an archive\n"},
         Case{"expand {samples}/missing.zip", 1, "", "cratewerk: {samples}/missing.zip: No such file or directory\n"},
         Case{"expand {samples}/bla.tgz /nonexistent-output", 1, "",
              "cratewerk: {samples}/bla.tgz: Gzip (gz) archives are not supported\n"},
-        Case{"identify {samples}/notes.txt", 1, "*", ""},
-        Case{"call CRwrk-Version", 0, "Cratewerk\xAA v1.0.1\n", ""},
-        Case{"call 0", 0, "Cratewerk\xAA v1.0.1\n", ""},
-        Case{"call CRwrk-Tuck ''", 1, "-50||\n", ""},
-        Case{"call CRwrk-Expand '|b'", 1, "-50||\n", ""},
-        Case{"call CRwrk-Register 'key'", 0, "\n", ""},
+        Case{"identify {samples}/notes.txt", 1, "*", ""}, Case{"call CRwrk-Version", 0, "Cratewerk\xAA v1.0.1\n", ""},
+        Case{"call 0", 0, "Cratewerk\xAA v1.0.1\n", ""}, Case{"call CRwrk-Tuck ''", 1, "-50||\n", ""},
+        Case{"call CRwrk-Expand '|b'", 1, "-50||\n", ""}, Case{"call CRwrk-Register 'key'", 0, "\n", ""},
         Case{"call CRwrk-GetPath -onlyFiles", 130, "-128||\n", ""},
         Case{"call CRwrk-Nothing ''", 2, "", "unknown function CRwrk-Nothing"},
         Case{"call CRwrk-Expand {samples}/notes.txt", 1, "-1|archive format is not supported|\n", ""}));
@@ -145,10 +140,9 @@ TEST(Commands, ListShowsTheCommentEscapesNamesAndGivesScriptsTheDetails) {
 
     Outcome json = run("list --json " + kSamples + "/listing.zip");
     EXPECT_EQ(json.status, 0) << json.err;
-    for (const char* needle :
-         {"{\"name\": \"tab\\u0009here\", \"type\": \"file\", \"size\": 1, \"compressed\": 3",
-          "\"method\": \"deflated\", \"crc\": \"8cdc1683\", \"mode\": \"100640\"}",
-          "{\"name\": \"link\", \"type\": \"link\"", "], \"comment\": \"made by hand\"}\n"})
+    for (const char* needle : {"{\"name\": \"tab\\u0009here\", \"type\": \"file\", \"size\": 1, \"compressed\": 3",
+                               "\"method\": \"deflated\", \"crc\": \"8cdc1683\", \"mode\": \"100640\"}",
+                               "{\"name\": \"link\", \"type\": \"link\"", "], \"comment\": \"made by hand\"}\n"})
         EXPECT_NE(json.out.find(needle), std::string::npos) << needle << "\n" << json.out;
 }
 

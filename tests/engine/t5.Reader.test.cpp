@@ -186,8 +186,7 @@ TEST(FormatRegistry, AFormatWithoutReaderIsNotSupported) {
     reader.open(path);
     reader.classify();
     EXPECT_EQ(reader.archiveInfo.format, format::number::gz);
-    expectThrow<ex::UnsupportedFormat>([&] { reader.scan(); }, "archive format is not supported",
-                                       "Unsupported format");
+    expectThrow<ex::UnsupportedFormat>([&] { reader.scan(); }, "archive format is not supported", "Unsupported format");
     reader.close();
 }
 

@@ -22,8 +22,8 @@
 #include "format/zip/zip.Name.h"
 #include "stream/check/crc.CRC.h"
 #include "stream/stream.ByteOrder.h"
-#include "support/scratch.h"
 #include "stream/stream.Vector.h"
+#include "support/scratch.h"
 
 namespace fs = std::filesystem;
 

@@ -28,7 +28,8 @@ public:
         std::error_code ignored;
         fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ignored);
         for (auto& item : fs::recursive_directory_iterator(path_, ignored))
-            if (!item.is_symlink(ignored)) fs::permissions(item.path(), fs::perms::owner_all, fs::perm_options::add, ignored);
+            if (!item.is_symlink(ignored))
+                fs::permissions(item.path(), fs::perms::owner_all, fs::perm_options::add, ignored);
         fs::remove_all(path_, ignored);
     }
     Scratch(const Scratch&) = delete;

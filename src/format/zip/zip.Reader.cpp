@@ -87,23 +87,37 @@ uint32_t modificationTime(uint16_t date, uint16_t time, const std::string& extra
 // What a user calls the method of an entry that cannot be read.
 std::string methodName(uint16_t method) {
     switch (method) {
-        case 0: return "stored";
-        case 1: return "shrunk";
+        case 0:
+            return "stored";
+        case 1:
+            return "shrunk";
         case 2:
         case 3:
         case 4:
-        case 5: return "reduced";
-        case 6: return "imploded";
-        case 7: return "tokenized";
-        case 8: return "deflated";
-        case 9: return "Deflate64-compressed";
-        case 12: return "bzip2-compressed";
-        case 14: return "LZMA-compressed";
-        case 93: return "Zstandard-compressed";
-        case 95: return "XZ-compressed";
-        case 98: return "PPMd-compressed";
-        case 99: return "AES-encrypted";
-        default: return "method " + std::to_string(method);
+        case 5:
+            return "reduced";
+        case 6:
+            return "imploded";
+        case 7:
+            return "tokenized";
+        case 8:
+            return "deflated";
+        case 9:
+            return "Deflate64-compressed";
+        case 12:
+            return "bzip2-compressed";
+        case 14:
+            return "LZMA-compressed";
+        case 93:
+            return "Zstandard-compressed";
+        case 95:
+            return "XZ-compressed";
+        case 98:
+            return "PPMd-compressed";
+        case 99:
+            return "AES-encrypted";
+        default:
+            return "method " + std::to_string(method);
     }
 }
 
@@ -117,9 +131,7 @@ std::string folderName(std::string name) {
 
 }  // namespace
 
-Reader::Reader(uint32_t position, tuckett5::Reader& reader) : FormatReader(position, reader) {
-    foldersAreItems = true;
-}
+Reader::Reader(uint32_t position, tuckett5::Reader& reader) : FormatReader(position, reader) { foldersAreItems = true; }
 
 Reader::~Reader() = default;
 

@@ -31,8 +31,8 @@ struct FileInfo {
     bool text = false;
     uint16_t method = 0;
     uint16_t version = 0;  // needed to extract, the low byte
-    std::string name;  // as the directory stores it
-    bool link = false;  // a symbolic link, whose data is its target
+    std::string name;      // as the directory stores it
+    bool link = false;     // a symbolic link, whose data is its target
     // A version or method that this reader cannot expand.
     bool unsupported = false;
 };

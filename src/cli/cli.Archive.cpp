@@ -9,6 +9,7 @@
 #include "cli/cli.Commands.h"
 #include "cli/cli.Console.h"
 #include "cli/cli.TerminalUI.h"
+#include "engine/engine5.Registry.h"
 #include "engine/t5.Reader.h"
 #include "format/format.Number.h"
 #include "plugin/FMUtils.h"
@@ -64,6 +65,21 @@ std::string isoTime(uint32_t seconds) {
     return text;
 }
 
+// A name as a terminal shows it safely: control characters as \\xHH.
+std::string escaped(const std::string& name) {
+    std::string shown;
+    for (unsigned char c : name) {
+        if (c < 0x20 || c == 0x7F || c == '\\') {
+            char esc[8];
+            std::snprintf(esc, sizeof esc, "\\x%02x", c);
+            shown += c == '\\' ? std::string("\\\\") : std::string(esc);
+        } else {
+            shown += static_cast<char>(c);
+        }
+    }
+    return shown;
+}
+
 std::string jsonString(const std::string& s) {
     std::string out = "\"";
     for (unsigned char c : s) {
@@ -110,13 +126,51 @@ public:
 
 } // namespace
 
+// Says why ARCHIVE cannot be read at all, in words a user can act on, or ""
+// when it looks readable: a missing file, a file that is no archive, a format
+// without a reader.
+std::string unreadable(const std::string& operand, const std::string& path) {
+    std::error_code error;
+    if (!std::filesystem::exists(path, error)) return operand + ": No such file or directory";
+    if (std::filesystem::is_directory(path, error)) return operand + ": is a folder, not an archive";
+    tuckett5::Reader probe;
+    try {
+        probe.open(path);
+        probe.classify();
+    } catch (const un::exception& e) {
+        return operand + ": " + e.what();
+    }
+    const int format = probe.archiveInfo.format;
+    probe.close();
+    if (format == 0) return operand + ": not an archive";
+    if (!engine5::findFormat(format) || !engine5::findFormat(format)->makeReader)
+        return operand + ": " + formatName(format) + " archives are not supported";
+    return std::string();
+}
+
+// Names each item that could not be expanded, with the reason.
+void reportItemFailures(const std::string& operand, const tuckett5::Reader& reader) {
+    for (const tuckett5::ItemFailure& warning : reader.itemWarnings)
+        complain(operand + ": warning: " + warning.reason + ": " + escaped(warning.name));
+    for (const tuckett5::ItemFailure& failure : reader.itemFailures)
+        complain(operand + ": " + failure.reason + ": " + escaped(failure.name));
+}
+
 int expand(const Arguments& arguments) {
+    if (std::string why = unreadable(arguments.operands[0], absolute(arguments.operands[0])); !why.empty()) {
+        complain(why);
+        return kFailure;
+    }
     TerminalScope terminal(!arguments.quiet);
     FSObject source(absolute(arguments.operands[0]).c_str());
     FSObject destination(arguments.operands.size() > 1 ? absolute(arguments.operands[1]).c_str() : nullptr);
     bool destinationGiven = destination.pathLength != 0;
 
     TKTReader reader(true);
+    // The tool goes on past an item that cannot be expanded, and names it.
+    reader.continueAfterItemFailure(true);
+    // The tool never deletes what is beside the archive unless told to.
+    reader.replaceExisting = arguments.replace;
     reader.macBinaryOutput(arguments.macBinary);
     reader.textConversion(arguments.text);
     reader.textLineEnding(arguments.eol);
@@ -139,10 +193,15 @@ int expand(const Arguments& arguments) {
             std::fill(typed.begin(), typed.end(), '\0');
         }
         reader.decode();
+        // Where the items really went: a taken name makes the engine pick a free one.
         std::string result = destination.pathString;
-        if (destinationGiven && !reader.archiveInfo.rootName.empty())
+        if (!reader.archiveInfo.rootName.empty() && !reader.topPath.empty())
+            result = reader.topPath;
+        else if (destinationGiven && !reader.archiveInfo.rootName.empty() && reader.itemFailures.empty())
             result += FSObject::kSeparator + reader.archiveInfo.rootName.substr(0, reader.archiveInfo.rootName.find('/'));
         std::printf("%s\n", result.c_str());
+        reportItemFailures(arguments.operands[0], reader);
+        if (!reader.itemFailures.empty()) status = kFailure;
     } catch (const tuckett5::exception::Evacuation&) {
         reader.progressSizeEndEvent();
         if (reader.canceled || console::interrupted()) {
@@ -154,7 +213,8 @@ int expand(const Arguments& arguments) {
         }
     } catch (const un::exception& e) {
         reader.progressSizeEndEvent();
-        complain(e.what());
+        reportItemFailures(arguments.operands[0], reader);
+        complain(arguments.operands[0] + ": " + e.what());
         status = kFailure;
     }
     reader.close();
@@ -163,6 +223,10 @@ int expand(const Arguments& arguments) {
 
 int list(const Arguments& arguments) {
     std::string path = absolute(arguments.operands[0]);
+    if (std::string why = unreadable(arguments.operands[0], path); !why.empty()) {
+        complain(why);
+        return kFailure;
+    }
     Lister lister;
     try {
         lister.open(path);
@@ -181,8 +245,11 @@ int list(const Arguments& arguments) {
                     info.encrypted ? "true" : "false");
         const char* separator = "";
         for (const auto& item : lister.items) {
+            const bool link = !item.folder && item.file.mode.isSet() && (item.file.mode() & 0170000) == 0120000;
             std::printf("%s\n  {\"name\": %s, \"type\": \"%s\"", separator, jsonString(item.name).c_str(),
-                        item.folder ? "folder" : "file");
+                        item.folder ? "folder"
+                        : link      ? "link"
+                                    : "file");
             if (!item.folder) {
                 const tuckett5::FileInfo& f = item.file;
                 if (f.expandedSize.isSet()) std::printf(", \"size\": %u", f.expandedSize());
@@ -192,30 +259,39 @@ int list(const Arguments& arguments) {
                 if (f.type.isSet()) std::printf(", \"macType\": %s", jsonString(f.type().stringValue()).c_str());
                 if (f.creator.isSet()) std::printf(", \"creator\": %s", jsonString(f.creator().stringValue()).c_str());
                 std::printf(", \"encrypted\": %s", f.encrypted ? "true" : "false");
+                if (!f.method.empty()) std::printf(", \"method\": %s", jsonString(f.method).c_str());
+                if (f.crc.isSet()) std::printf(", \"crc\": \"%08x\"", f.crc());
+                if (f.mode.isSet()) std::printf(", \"mode\": \"%o\"", f.mode());
+                if (!f.linkTarget.empty()) std::printf(", \"linkTarget\": %s", jsonString(f.linkTarget).c_str());
             }
             std::printf("}");
             separator = ",";
         }
-        std::printf("\n]}\n");
+        std::printf("\n], \"comment\": %s}\n", jsonString(info.comment).c_str());
         return kSuccess;
     }
 
     std::printf("%s: %s%s\n", path.c_str(), formatName(info.format).c_str(), info.encrypted ? ", encrypted" : "");
+    if (!info.comment.empty()) std::printf("comment: %s\n", escaped(info.comment).c_str());
     std::printf("%12s  %12s  %-16s  %-9s  %s\n", "size", "packed", "modified", "type", "name");
     uint64_t total = 0;
     size_t files = 0;
     for (const auto& item : lister.items) {
         if (item.folder) {
-            std::printf("%12s  %12s  %-16s  %-9s  %s/\n", "", "", "", "folder", item.name.c_str());
+            std::printf("%12s  %12s  %-16s  %-9s  %s/\n", "", "", "", "folder", escaped(item.name).c_str());
             continue;
         }
         const tuckett5::FileInfo& f = item.file;
         std::string size = f.expandedSize.isSet() ? std::to_string(f.expandedSize()) : "";
         std::string packed = f.compressedSize.isSet() ? std::to_string(f.compressedSize()) : "";
         std::string when = f.modificationTime.isSet() ? isoTime(f.modificationTime()) : "";
-        std::string type = f.type.isSet() ? f.type().stringValue() + "/" + (f.creator.isSet() ? f.creator().stringValue() : "????") : "file";
+        const bool link = f.mode.isSet() && (f.mode() & 0170000) == 0120000;
+        std::string type = link ? "link"
+                           : f.type.isSet()
+                               ? f.type().stringValue() + "/" + (f.creator.isSet() ? f.creator().stringValue() : "????")
+                               : "file";
         std::printf("%12s  %12s  %-16s  %-9s  %s%s\n", size.c_str(), packed.c_str(), when.c_str(), type.c_str(),
-                    item.name.c_str(), f.encrypted ? " (encrypted)" : "");
+                    escaped(item.name).c_str(), f.encrypted ? " (encrypted)" : "");
         total += f.expandedSize.isSet() ? f.expandedSize() : 0;
         ++files;
     }

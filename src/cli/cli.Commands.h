@@ -14,6 +14,7 @@ struct Arguments {
     bool havePassword = false;
     bool json = false;
     bool quiet = false;
+    bool replace = false;  // expand without DEST may replace what has the result's name
     int macBinary = 2;   // 0 never, 1 always, else the format decides
     int text = 0;        // 0 none, 1 all, 2 items of type TEXT
     int eol = 3;         // 1 LF, 2 CR, 3 CR LF

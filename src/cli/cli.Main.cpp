@@ -37,8 +37,9 @@ const std::map<std::string, const char*> kHelp = {
      "usage: cratewerk expand [options] ARCHIVE [DEST]\n"
      "\n"
      "Expands ARCHIVE into the folder DEST. Without DEST the result goes beside\n"
-     "the archive, named after it (or after the archive's top folder), and\n"
-     "whatever already has that name is replaced. Prints the path of the result.\n"
+     "the archive, named after it (or after the archive's top folder); when that\n"
+     "name is taken it takes the first free one (name_1, name_2, ...), unless\n"
+     "--replace is given. Prints the path where the items went.\n"
      "\n"
      "options:\n"
      "  -p, --password TEXT        password of an encrypted archive (else it is asked for)\n"
@@ -46,6 +47,8 @@ const std::map<std::string, const char*> kHelp = {
      "  --text=none|all|text       convert line ends of no items, all, or TEXT items (default none)\n"
      "  --eol=lf|cr|crlf           line end that conversion writes (default crlf)\n"
      "  -q, --quiet                no progress bar\n"
+     "  --replace                  without DEST, replace what has the result's name\n"
+     "                             (never the archive itself or a folder holding it)\n"
      "\n"
      "Ctrl-C cancels; what was written so far stays.\n"},
     {"list",
@@ -215,6 +218,8 @@ int main(int argc, char** argv) {
                 arguments.output = value;
             } else if (command == "tuck" && optionValue(argc, argv, i, arg, "--method", value)) {
                 arguments.method = choose(value, {{"arsenic", 15}, {"isp", 13}, {"stored", 0}}, "--method");
+            } else if (command == "expand" && arg == "--replace") {
+                arguments.replace = true;
             } else if ((command == "expand" || command == "call" || command == "tuck") &&
                        (arg == "-q" || arg == "--quiet")) {
                 arguments.quiet = true;

@@ -10,6 +10,7 @@ void ArchiveInfo::reset() {
     segmentTotal.reset(0);
     segmentNumber.reset(0);
     encrypted = false;
+    comment.clear();
 }
 
 void FileInfo::reset() {
@@ -22,6 +23,10 @@ void FileInfo::reset() {
     creator.reset(format::data::OSType("????"));
     encrypted = false;
     macBinary = false;
+    method.clear();
+    crc.reset(0);
+    mode.reset(0);
+    linkTarget.clear();
 }
 
 void FolderInfo::reset() {

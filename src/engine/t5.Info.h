@@ -28,6 +28,8 @@ public:
     un::opt_property<uint32_t> segmentTotal;
     un::opt_property<uint32_t> segmentNumber;
     bool encrypted = false;
+    // The archive's comment, where the format keeps one.
+    std::string comment;
 };
 
 // What the engine tells its client about one file. The sizes add up all forks.
@@ -46,6 +48,22 @@ public:
     un::opt_property<format::data::OSType> creator;
     bool encrypted = false;
     bool macBinary = false;
+    // What a listing shows beside the sizes, where the format says it: the
+    // method's name, the check value of the data, the POSIX mode (with its
+    // type bits) and the target of a link.
+    std::string method;
+    un::opt_property<uint32_t> crc;
+    un::opt_property<uint32_t> mode;
+    std::string linkTarget;
+};
+
+// An item that could not be expanded while the run went on past it.
+struct ItemFailure {
+    std::string name;
+    std::string message;
+    std::string kind;
+    // Why, in a user's words where the format says more than its message.
+    std::string reason;
 };
 
 class FolderInfo {

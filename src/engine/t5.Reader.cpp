@@ -2,9 +2,8 @@
 
 #include "engine/engine5.FormatReader.h"
 #include "engine/engine5.MultiClassifier.h"
+#include "engine/engine5.Registry.h"
 #include "format/format.Number.h"
-#include "format/tkt5/tkt5.Reader.h"
-#include "format/zip/zip.Reader.h"
 #include "io/io.Exception.h"
 #include "io/io.File.h"
 #include "io/io.Path.h"
@@ -80,6 +79,9 @@ void Reader::decode() {
         throw exception::BadArgument("call to decode an archive without an open archive");
     if (!formatReader) throw exception::UnsupportedFormat("archive format is not supported");
     if (outputFolder().empty()) outputFolder(io::PathSplitter(archiveInfo.path).folder());
+    topPath.clear();
+    itemFailures.clear();
+    itemWarnings.clear();
 
     stream::random::BufferedInput buffered(*input, bufferSize);
     formatReader->decode(buffered, *file);
@@ -107,33 +109,11 @@ bool Reader::canClassify(int format) const { return format::classifies(format); 
 bool Reader::canDecode(int format) const { return format::reads(format); }
 
 std::unique_ptr<engine5::FormatReader> Reader::makeFormatReader(int format) {
-    // Each number with a reader in the engine. A format whose reader is not
-    // built yet gets the base, whose scan and decode say so.
-    switch (format) {
-        case format::number::zip:
-            return std::make_unique<engine5::zip::Reader>(archiveInfo.position, *this);
-        case format::number::tkt5:
-            return std::make_unique<engine5::tkt5::Reader>(archiveInfo.position, *this);
-        case format::number::tkt:       // engine5::tkt::Reader
-        case format::number::arc:       // engine5::arc::Reader
-        case format::number::arj:       // engine5::arj::Reader
-        case format::number::lha:       // engine5::lha::Reader
-        case format::number::rar:       // engine5::rar::Reader
-        case format::number::gz:        // engine5::gz::Reader
-        case format::number::compress:  // engine5::compress::Reader
-        case format::number::uu:        // engine5::uu::Reader
-        case format::number::hqx:       // engine5::hqx::Reader
-        case format::number::btoa:      // engine5::btoa::Reader
-        case format::number::mime:      // engine5::mime::Reader
-        case format::number::tar:       // engine5::tar::Reader
-        case format::number::bin:       // engine5::bin::Reader
-        case format::number::tktseg:    // engine5::tktseg::Reader
-        case format::number::sv:        // engine5::sv::Reader
-        case format::number::bz2:       // engine5::bz2::Reader
-            return std::make_unique<engine5::FormatReader>(archiveInfo.position, *this);
-        default:
-            return nullptr;
-    }
+    // A format that the table says is read, but whose reader is not in this
+    // build, has none: scan then says that the format is not supported.
+    const engine5::FormatDescriptor* descriptor = engine5::findFormat(format);
+    if (!descriptor || !descriptor->makeReader) return nullptr;
+    return descriptor->makeReader(archiveInfo.position, *this);
 }
 
 }  // namespace tuckett5

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "algorithm/algorithm.Password.h"
 #include "engine/t5.Events.h"
@@ -130,6 +131,17 @@ public:
     un::property<int32_t> macBinaryOutput{macBinaryNever};
     un::property<std::string> outputFolder{std::string(".")};
     un::property<uint32_t> span{defaultSpan};
+    // Whether decode goes on past an item that fails on its own (a method
+    // without reader, a wrong password for one item, damaged data of one
+    // item): its output is removed, it is noted in itemFailures, and the rest
+    // expands. Off, the first failure ends the run.
+    un::property<bool> continueAfterItemFailure{false};
+    std::vector<ItemFailure> itemFailures;
+    // Items expanded otherwise than stored, with the reason (a link kept as a file).
+    std::vector<ItemFailure> itemWarnings;
+    // Where the first top-level item of the last decode went: a top folder or
+    // file that had to take a free name shows here under that name.
+    std::string topPath;
 
     algorithm::Password password;
     // A key beside the password, and a text behind it, for the formats that

@@ -1,8 +1,8 @@
 #include "engine/t5.Writer.h"
 
 #include "engine/engine5.FormatWriter.h"
+#include "engine/engine5.Registry.h"
 #include "format/format.Number.h"
-#include "format/tkt5/tkt5.Writer.h"
 #include "io/io.File.h"
 #include "io/io.Path.h"
 #include "io/io.random.FileStreams.h"
@@ -88,23 +88,12 @@ void Writer::create(const std::list<std::string>& paths) {
 }
 
 std::unique_ptr<engine5::FormatWriter> Writer::makeFormatWriter(int format) {
-    // Each number with a writer in the engine. gzip (11) and tar (21) are
-    // read but never written, and 27 passes format::writes without a writer:
-    // all of them, and every writer not built yet, end in UnsupportedFormat.
-    switch (format) {
-        case format::number::tkt5:
-            return std::make_unique<engine5::tkt5::Writer>(*this);
-        case format::number::tkt:       // engine5::tkt::Writer
-        case format::number::zip:       // engine5::zip::Writer
-        case format::number::compress:  // engine5::compress::Writer
-        case format::number::uu:        // engine5::uu::Writer
-        case format::number::hqx:       // engine5::hqx::Writer
-        case format::number::bin:       // engine5::bin::Writer
-        case format::number::tktseg:    // engine5::tktseg::Writer
-        case format::number::sv:        // engine5::sv::Writer
-        default:
-            return nullptr;
-    }
+    // gzip (11) and tar (21) are read but never written, and 27 passes
+    // format::writes without a writer: all of them, and every writer not
+    // built yet, have none in the registry and end in UnsupportedFormat.
+    const engine5::FormatDescriptor* descriptor = engine5::findFormat(format);
+    if (descriptor == nullptr || descriptor->makeWriter == nullptr) return nullptr;
+    return descriptor->makeWriter(*this);
 }
 
 }  // namespace tuckett5

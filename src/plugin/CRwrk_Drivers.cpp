@@ -115,8 +115,13 @@ void DoExpandWith(TKTReaderFactory makeReader, FMX_Handle parameterHandle, FMX_H
                     }
                     if (code == 0) {
                         reader.decode();
+                        // The path where the top item really went, which is
+                        // another than asked for when that name was taken.
                         std::string text = destination.pathString;
-                        if (destinationGiven) text += FSObject::kSeparator + reader.archiveInfo.rootName;
+                        if (!reader.archiveInfo.rootName.empty() && !reader.topPath.empty())
+                            text = reader.topPath;
+                        else if (destinationGiven)
+                            text += FSObject::kSeparator + reader.archiveInfo.rootName;
                         if (!text.empty())
                             SetHandleText(resultHandle, text.data(), static_cast<uint32_t>(text.size()));
                     }

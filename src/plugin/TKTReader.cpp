@@ -1,7 +1,9 @@
 #include "plugin/TKTReader.h"
 
+#include <filesystem>
 #include <string>
 
+#include "io/io.Path.h"
 #include "plugin/Crwk.UI.h"
 #include "plugin/FSObject_Win.h"
 #include "util/util.System.h"
@@ -48,17 +50,43 @@ bool TKTReader::archiveDecodeBeginEvent() {
     if (root.empty()) {
         text += sourceFSO->baseName;
         if (!sourceFSO->suffix[0]) text += " Folder";
-        destinationFSO->SetObject(text.substr(0, FSObject::kBufferSize - 1).c_str());
+        text = text.substr(0, FSObject::kBufferSize - 1);
+        // Without leave to replace, the folder takes the first free name.
+        if (!replaceExisting || Untouchable(text)) io::Path::makeUnique(text, 999);
+        destinationFSO->SetObject(text.c_str());
         outputFolder(destinationFSO->pathString);
     } else {
         // The archive's items carry their top folder themselves, so the run
-        // writes into the parent of the folder named here.
+        // writes into the parent of the folder named here. What cannot be
+        // replaced stays, and the engine gives the items a free name beside it.
         text += root.substr(0, root.find('/'));
         destinationFSO->SetObject(text.substr(0, FSObject::kBufferSize - 1).c_str());
         outputFolder(std::string(destinationFSO->ParentFolder()));
+        if (!replaceExisting || Untouchable(destinationFSO->pathString)) return true;
     }
     // Whatever already has the destination's name goes first.
     return destinationFSO->ObjectDelete() == 0;
+}
+
+// The archive being read, a folder that holds it, and a link (or anything
+// reached through one) are never deleted to make room.
+bool TKTReader::Untouchable(const std::string& path) const {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    const fs::path target(path);
+    if (fs::is_symlink(fs::symlink_status(target, error))) return true;
+    if (!fs::exists(fs::symlink_status(target, error))) return false;
+#ifndef _WIN32
+    // A link on the way makes the target something other than it looks.
+    if (fs::weakly_canonical(target, error) != fs::absolute(target, error).lexically_normal()) return true;
+#endif
+    if (!sourceFSO) return false;
+    for (fs::path held = fs::absolute(sourceFSO->pathString, error); held.has_relative_path();
+         held = held.parent_path()) {
+        if (fs::equivalent(held, target, error)) return true;
+        if (held == held.parent_path()) break;
+    }
+    return false;
 }
 
 void TKTReader::archiveDecodeEndEvent() {}

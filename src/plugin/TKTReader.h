@@ -49,11 +49,16 @@ public:
     void progressFilesEndEvent() override;
     bool progressFilesMoveEvent(uint32_t done) override;
 
+    bool Untouchable(const std::string& path) const;
+
     FSObject* sourceFSO = nullptr;
     FSObject* destinationFSO = nullptr;
     uint32_t itemsLeft = 0;
     bool showProgress;
     bool canceled = false;
+    // Whether an empty destination replaces what has its name (the plug-in)
+    // or takes the first free name beside it (the tool, unless told to replace).
+    bool replaceExisting = true;
 };
 
 // Makes the reader of one CRwrk-Expand call; tests put in their own.

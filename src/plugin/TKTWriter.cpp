@@ -3,6 +3,7 @@
 #include <list>
 #include <string>
 
+#include "engine/engine5.Registry.h"
 #include "format/format.Number.h"
 #include "plugin/Crwk.UI.h"
 #include "plugin/FSObject_Win.h"
@@ -27,20 +28,10 @@ TKTWriter::TKTWriter(bool progress) : showProgress(progress) {
 
 TKTWriter::~TKTWriter() = default;
 
-// The one table of the suffixes of the formats that the plug-in creates.
+// The suffix of a format's files, from the format registry.
 const char* TKTWriter::ArchiveSuffix(int format) {
-    switch (format) {
-        case format::number::tkt5:
-            return ".tkt";
-        case format::number::zip:
-            return ".zip";
-        case format::number::gz:
-            return ".gz";
-        case format::number::tar:
-            return ".tar";
-        default:
-            return "";
-    }
+    const engine5::FormatDescriptor* descriptor = engine5::findFormat(format);
+    return descriptor ? descriptor->suffix : "";
 }
 
 void TKTWriter::swcreate() {

@@ -5,11 +5,14 @@
 #include <sys/wait.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include "plugin/plugin.Support.h"
 
 namespace {
+
+namespace fs = std::filesystem;
 
 using plugintest::TempDir;
 using plugintest::readFile;
@@ -55,30 +58,30 @@ TEST_P(Statuses, AndMessages) {
     if (c.out != "*") {
         EXPECT_EQ(r.out, c.out) << arguments;
     }
-    EXPECT_NE(r.err.find(c.err), std::string::npos) << arguments << ": " << r.err;
+    std::string err = c.err;
+    for (size_t at; (at = err.find("{samples}")) != std::string::npos;) err.replace(at, 9, kSamples);
+    EXPECT_NE(r.err.find(err), std::string::npos) << arguments << ": " << r.err;
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Commands, Statuses,
     ::testing::Values(
         Case{"", 2, "", "usage: cratewerk <command>"},
-        Case{"frobnicate", 2, "", "cratewerk: unknown command 'frobnicate'"},
-        Case{"--help", 0, "*", ""},
+        Case{"frobnicate", 2, "", "cratewerk: unknown command 'frobnicate'"}, Case{"--help", 0, "*", ""},
         Case{"version", 0, "Cratewerk\xC2\xAA v1.0.1\n", ""},
-        Case{"version extra", 2, "", "version takes no arguments"},
-        Case{"expand", 2, "", "expand needs an archive"},
+        Case{"version extra", 2, "", "version takes no arguments"}, Case{"expand", 2, "", "expand needs an archive"},
         Case{"x --bogus a.tkt", 2, "", "unknown option '--bogus'"},
         Case{"expand --macbinary=sometimes a.tkt", 2, "", "unknown value 'sometimes' for --macbinary"},
-        Case{"list a b", 2, "", "list needs one archive"},
-        Case{"identify", 2, "", "identify needs at least one file"},
-        Case{"expand {samples}/notes.txt /nonexistent-output", 1, "", "cratewerk: archive format is not supported"},
-        Case{"list {samples}/notes.txt", 1, "", "cratewerk: archive format is not supported"},
-        Case{"identify {samples}/notes.txt", 1, "*", ""},
-        Case{"call CRwrk-Version", 0, "Cratewerk\xAA v1.0.1\n", ""},
-        Case{"call 0", 0, "Cratewerk\xAA v1.0.1\n", ""},
-        Case{"call CRwrk-Tuck ''", 1, "-50||\n", ""},
-        Case{"call CRwrk-Expand '|b'", 1, "-50||\n", ""},
-        Case{"call CRwrk-Register 'key'", 0, "\n", ""},
+        Case{"list a b", 2, "", "list needs one archive"}, Case{"identify", 2, "", "identify needs at least one file"},
+        Case{"expand {samples}/notes.txt /nonexistent-output", 1, "",
+             "cratewerk: {samples}/notes.txt: not an archive\n"},
+        Case{"list {samples}/notes.txt", 1, "", "cratewerk: {samples}/notes.txt: not an archive\n"},
+        Case{"expand {samples}/missing.zip", 1, "", "cratewerk: {samples}/missing.zip: No such file or directory\n"},
+        Case{"expand {samples}/bla.tgz /nonexistent-output", 1, "",
+             "cratewerk: {samples}/bla.tgz: Gzip (gz) archives are not supported\n"},
+        Case{"identify {samples}/notes.txt", 1, "*", ""}, Case{"call CRwrk-Version", 0, "Cratewerk\xAA v1.0.1\n", ""},
+        Case{"call 0", 0, "Cratewerk\xAA v1.0.1\n", ""}, Case{"call CRwrk-Tuck ''", 1, "-50||\n", ""},
+        Case{"call CRwrk-Expand '|b'", 1, "-50||\n", ""}, Case{"call CRwrk-Register 'key'", 0, "\n", ""},
         Case{"call CRwrk-GetPath -onlyFiles", 130, "-128||\n", ""},
         Case{"call CRwrk-Nothing ''", 2, "", "unknown function CRwrk-Nothing"},
         Case{"call CRwrk-Expand {samples}/notes.txt", 1, "-1|archive format is not supported|\n", ""}));
@@ -112,4 +115,35 @@ TEST(Commands, CallUsesTheScriptedChooserWhenOneIsNamed) {
     EXPECT_EQ(readFile(dir / "log"), "ChooseNewFile: \n");
 }
 
-} // namespace
+// The tool names an item it cannot expand, expands the rest and fails; the
+// plug-in fails the whole run with the engine's text.
+TEST(Commands, AnItemThatCannotBeExpandedIsNamedAndTheRestExpands) {
+    plugintest::TempDir dir;
+    fs::copy_file(kSamples + "/mixed-methods.zip", dir / "mixed.zip");
+    Outcome r = run("expand -q " + (dir / "mixed.zip"));
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, dir / "m" + "\n");
+    EXPECT_EQ(r.err, "cratewerk: " + dir / "mixed.zip" + ": bzip2-compressed Zip entries are not supported: m/a.txt\n");
+    EXPECT_FALSE(fs::exists(dir / "m/a.txt"));
+    EXPECT_EQ(plugintest::readFile(dir / "m/b.txt"), "stored\n");
+
+    Outcome call = run("call CRwrk-Expand '" + dir / "mixed.zip" + "|" + dir / "host" + "'");
+    EXPECT_EQ(call.out, "-1|unsupported compression method in zip reader|\n");
+}
+
+TEST(Commands, ListShowsTheCommentEscapesNamesAndGivesScriptsTheDetails) {
+    Outcome text = run("list " + kSamples + "/listing.zip");
+    EXPECT_EQ(text.status, 0) << text.err;
+    EXPECT_NE(text.out.find("\ncomment: made by hand\n"), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("  file       tab\\x09here\n"), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("  link       link\n"), std::string::npos) << text.out;
+
+    Outcome json = run("list --json " + kSamples + "/listing.zip");
+    EXPECT_EQ(json.status, 0) << json.err;
+    for (const char* needle : {"{\"name\": \"tab\\u0009here\", \"type\": \"file\", \"size\": 1, \"compressed\": 3",
+                               "\"method\": \"deflated\", \"crc\": \"8cdc1683\", \"mode\": \"100640\"}",
+                               "{\"name\": \"link\", \"type\": \"link\"", "], \"comment\": \"made by hand\"}\n"})
+        EXPECT_NE(json.out.find(needle), std::string::npos) << needle << "\n" << json.out;
+}
+
+}  // namespace

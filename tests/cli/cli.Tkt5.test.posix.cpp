@@ -179,4 +179,63 @@ TEST(Tkt5EndToEnd, DamageIsReportedNotCrashedOn) {
     EXPECT_EQ(call.out, "-1|CRC mismatch in tkt5 reader; data is invalid|\n");
 }
 
+void put(const std::string& path, const std::string& bytes) {
+    fs::create_directories(fs::path(path).parent_path());
+    writeFile(path, bytes);
+}
+
+// Without a destination the tool never deletes: a taken name makes the items
+// take the first free one, and the printed path says where they went.
+TEST(Destinations, TheToolTakesAFreeNameUnlessToldToReplace) {
+    TempDir dir;
+    put(dir / "a.tkt", Builder().build({Item::dir("Top", {Item::file("new", "fresh")})}));
+    put(dir / "Top/mine", "the user's");
+    Outcome r = run(CRATEWERK_PROGRAM, "expand -q " + quote(dir / "a.tkt"));
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, dir / "Top_1" + "\n");
+    EXPECT_EQ(readFile(dir / "Top/mine"), "the user's");
+    EXPECT_EQ(readFile(dir / "Top_1/new"), "fresh");
+
+    Outcome replaced = run(CRATEWERK_PROGRAM, "expand -q --replace " + quote(dir / "a.tkt"));
+    EXPECT_EQ(replaced.status, 0) << replaced.err;
+    EXPECT_EQ(replaced.out, dir / "Top" + "\n");
+    EXPECT_FALSE(fs::exists(dir / "Top/mine"));
+    EXPECT_EQ(readFile(dir / "Top/new"), "fresh");
+
+    // Without a root name the folder is named after the archive.
+    put(dir / "b.tkt", Builder().build({Item::file("x", "1"), Item::file("y", "2")}));
+    put(dir / "b/mine", "kept");
+    Outcome two = run(CRATEWERK_PROGRAM, "expand -q " + quote(dir / "b.tkt"));
+    EXPECT_EQ(two.out, dir / "b_1" + "\n");
+    EXPECT_EQ(readFile(dir / "b/mine"), "kept");
+    EXPECT_EQ(readFile(dir / "b_1/y"), "2");
+}
+
+// The plug-in still clears the place of the result, but never the archive
+// being read, a folder that holds it, or a link.
+TEST(Destinations, ThePlugInNeverDeletesTheArchiveOrALink) {
+    TempDir dir;
+    const std::string archive = Builder().build({Item::dir("Top", {Item::file("new", "fresh")})});
+    put(dir / "in/Top", archive);  // the archive is named like its top folder
+    Outcome own = run(CRATEWERK_PROGRAM, "call CRwrk-Expand " + quote(dir / "in/Top"));
+    EXPECT_EQ(own.out, dir / "in/Top_1" + "\n");
+    EXPECT_EQ(readFile(dir / "in/Top"), archive);
+    EXPECT_EQ(readFile(dir / "in/Top_1/new"), "fresh");
+
+    put(dir / "elsewhere/precious", "p");
+    put(dir / "l/a.tkt", archive);
+    fs::create_directory_symlink(dir / "elsewhere", dir / "l/Top");
+    Outcome link = run(CRATEWERK_PROGRAM, "call CRwrk-Expand " + quote(dir / "l/a.tkt"));
+    EXPECT_EQ(link.out, dir / "l/Top_1" + "\n");
+    EXPECT_EQ(readFile(dir / "elsewhere/precious"), "p");
+    EXPECT_TRUE(fs::is_symlink(dir / "l/Top"));
+
+    // Anything else of the top's name goes first, as before.
+    put(dir / "p/a.tkt", archive);
+    put(dir / "p/Top/stale", "s");
+    Outcome plain = run(CRATEWERK_PROGRAM, "call CRwrk-Expand " + quote(dir / "p/a.tkt"));
+    EXPECT_EQ(plain.out, dir / "p/Top" + "\n");
+    EXPECT_FALSE(fs::exists(dir / "p/Top/stale"));
+}
+
 } // namespace

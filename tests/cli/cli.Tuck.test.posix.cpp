@@ -120,7 +120,7 @@ TEST_F(Tuck, PasswordsAndForks) {
                             "cratewerk: warning: " + path +
                             " has a resource fork; under a password it cannot be expanded again\n");
     EXPECT_EQ(run("expand -q -p wrong " + quote(dir / "x.tkt") + " " + quote(dir / "bad")).err,
-              "cratewerk: password mismatch in tkt5 reader\n");
+              "cratewerk: " + dir / "x.tkt" + ": password mismatch in tkt5 reader\n");
     EXPECT_EQ(run("expand -q -p secret " + quote(dir / "x.tkt") + " " + quote(dir / "bad")).status, 1);
 
     ASSERT_EQ(run("tuck -q --method=isp " + quote(dir / "src") + " -o " + quote(dir / "y.tkt")).status, 0);

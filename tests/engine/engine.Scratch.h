@@ -1,41 +1,18 @@
 #pragma once
 
 #include <filesystem>
-#include <fstream>
-#include <random>
 #include <string>
+
+#include "support/scratch.h"
 
 namespace enginetest {
 
-// A fresh folder under the temporary folder, removed with everything in it.
-class Scratch {
+// The shared scratch folder, as the engine's tests use it.
+class Scratch : public test::Scratch {
 public:
-    Scratch() {
-        std::random_device random;
-        path_ = std::filesystem::temp_directory_path() / ("cratewerk-engine-" + std::to_string(random()));
-        std::filesystem::create_directories(path_);
-        path_ = std::filesystem::canonical(path_);
-    }
-    ~Scratch() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-
-    std::string path() const { return path_.string(); }
-    std::string path(const std::string& relative) const { return (path_ / relative).string(); }
-
-    std::string write(const std::string& relative, const std::string& content) const {
-        std::filesystem::path where = path_ / relative;
-        std::filesystem::create_directories(where.parent_path());
-        std::ofstream out(where, std::ios::binary);
-        out << content;
-        return where.string();
-    }
-
-private:
-    std::filesystem::path path_;
+    Scratch() : test::Scratch("cratewerk-engine-") {}
+    using test::Scratch::path;
+    std::string path(const std::string& relative) const { return *this / relative; }
 };
 
 inline std::string join(std::initializer_list<std::string> parts) {

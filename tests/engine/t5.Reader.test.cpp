@@ -171,12 +171,23 @@ TEST_F(ReaderTest, MissingArchiveIsAnInputFailure) {
     EXPECT_FALSE(reader.isOpen);
 }
 
-TEST_F(ReaderTest, BaseFormatReaderSaysSo) {
+TEST_F(ReaderTest, FormatWithoutReaderIsNotSupported) {
     tuckett5::Reader plain;
     plain.open(archive);
-    expectThrow<ex::UnsupportedFormat>([&] { plain.scan(); }, "attempt to call generic engine5::FormatReader::scan()",
-                                       "Unsupported format");
+    expectThrow<ex::UnsupportedFormat>([&] { plain.scan(); }, "archive format is not supported", "Unsupported format");
     plain.close();
+}
+
+TEST(FormatRegistry, AFormatWithoutReaderIsNotSupported) {
+    // A gzip file is named by its bytes but has no reader in this build.
+    Scratch scratch;
+    const std::string path = scratch.write("bla.tgz", std::string("\x1f\x8b\x08\0\0\0\0\0\0\x03", 10) + "payload");
+    tuckett5::Reader reader;
+    reader.open(path);
+    reader.classify();
+    EXPECT_EQ(reader.archiveInfo.format, format::number::gz);
+    expectThrow<ex::UnsupportedFormat>([&] { reader.scan(); }, "archive format is not supported", "Unsupported format");
+    reader.close();
 }
 
 TEST_F(ReaderTest, DecodeWritesEveryItemAndMovesOn) {

@@ -288,11 +288,11 @@ TEST_F(Tkt5Reader, TreeOfFoldersKeepsItsShapeAndEventOrder) {
         "info top/deep/deeper/b", "info c", "scan end", "archive",
         "decode", "size 14", "files 3", "files 0",
         "folder top", "folder end",
-        "file top/a 5", "file end", "files 1",
+        "file top/a 5", "files 1", "file end",
         "folder top/empty", "folder end", "folder end",
         "folder top/deep", "folder end", "folder top/deep/deeper", "folder end",
-        "file top/deep/deeper/b 4", "file end", "files 2", "folder end", "folder end", "folder end",
-        "file c 5", "file end", "files 3",
+        "file top/deep/deeper/b 4", "files 2", "file end", "folder end", "folder end", "folder end",
+        "file c 5", "files 3", "file end",
         "files end", "size end", "decode end"};
     EXPECT_EQ(reader.events, expected);
 }

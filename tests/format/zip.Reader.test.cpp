@@ -23,6 +23,7 @@
 #include "stream/check/crc.CRC.h"
 #include "stream/stream.ByteOrder.h"
 #include "stream/stream.Vector.h"
+#include "support/scratch.h"
 
 namespace fs = std::filesystem;
 
@@ -151,30 +152,13 @@ std::map<std::string, std::string> tree(const fs::path& root) {
     return files;
 }
 
-class Scratch {
+class Scratch : public test::Scratch {
 public:
-    Scratch() {
-        std::random_device random;
-        path_ = fs::temp_directory_path() / ("cratewerk-zipreader-" + std::to_string(random()));
-        fs::create_directories(path_ / "out");
-        path_ = fs::canonical(path_);
-    }
-    ~Scratch() {
-        std::error_code ignored;
-        fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ignored);
-        for (auto& item : fs::recursive_directory_iterator(path_, ignored))
-            fs::permissions(item.path(), fs::perms::owner_all, fs::perm_options::add, ignored);
-        fs::remove_all(path_, ignored);
-    }
-    fs::path path() const { return path_; }
-    fs::path out() const { return path_ / "out"; }
+    Scratch() : test::Scratch("cratewerk-zipreader-") { fs::create_directories(path() / "out"); }
+    fs::path out() const { return path() / "out"; }
     std::string archive(const std::string& bytes, const std::string& name = "a.zip") const {
-        writeFile(path_ / name, bytes);
-        return (path_ / name).string();
+        return write(name, bytes);
     }
-
-private:
-    fs::path path_;
 };
 
 // Runs open, scan and decode into `out` and answers the failure's kind and
@@ -407,6 +391,62 @@ TEST(ZipReader, FiresTheEventsInTheirOrder) {
               "decodeBegin, bytes 40002, items 3, done 0, folder f, done 1, folderEnd, file f/big 40000, moved 40000, "
               "done 2, fileEnd, file f/small 2, done 3, fileEnd, bytesEnd, itemsEnd, decodeEnd");
     reader.close();
+}
+
+TEST(ZipReader, LineEndsAndMacBinaryFollowTheOptions) {
+    Scratch scratch;
+    const std::string archive = scratch.archive(build({{"d/t.txt", "a\nb\r\nc\rd"}}).bytes);
+    auto run = [&](const fs::path& out, int text, int macBinary) {
+        tuckett5::Reader reader;
+        reader.outputFolder(out.string());
+        reader.textConversion(text);
+        reader.textLineEnding(3);
+        reader.macBinaryOutput(macBinary);
+        reader.open(archive);
+        reader.decode();
+        reader.close();
+    };
+    run(scratch.path() / "text", tuckett5::Reader::textAll, tuckett5::Reader::macBinaryNever);
+    EXPECT_EQ(readFile(scratch.path() / "text/d/t.txt"), "a\r\nb\r\nc\r\nd");
+    // Only items marked as text are converted with "text"; this one is not.
+    run(scratch.path() / "marked", tuckett5::Reader::textOnlyText, tuckett5::Reader::macBinaryNever);
+    EXPECT_EQ(readFile(scratch.path() / "marked/d/t.txt"), "a\nb\r\nc\rd");
+
+    // MacBinary II: the header names the file, its data fork follows padded
+    // to a block, and the text is left as it is.
+    run(scratch.path() / "bin", tuckett5::Reader::textAll, tuckett5::Reader::macBinaryAlways);
+    const std::string bin = readFile(scratch.path() / "bin/d/t.txt.bin");
+    ASSERT_EQ(bin.size(), 256u);
+    EXPECT_EQ(bin[1], 5);
+    EXPECT_EQ(bin.substr(2, 5), "t.txt");
+    EXPECT_EQ(bin.substr(83, 4), std::string("\0\0\0\x08", 4));  // data length
+    EXPECT_EQ(bin.substr(128, 8), "a\nb\r\nc\rd");
+    EXPECT_EQ(bin.substr(136), std::string(120, '\0'));
+}
+
+// A link is made where its target stays inside the output folder; one that
+// leaves it comes out as a file holding its target. Nothing is written
+// through a link, not even one that the same archive made.
+TEST(ZipReader, LinksStayInsideAndAreNeverWrittenThrough) {
+    Scratch scratch;
+    tuckett5::Reader reader;
+    reader.outputFolder(scratch.out().string());
+    reader.open(kData + "links.zip");
+    reader.decode();
+    reader.close();
+    const fs::path d = scratch.out() / "d";
+#ifndef _WIN32
+    EXPECT_EQ(fs::read_symlink(d / "inside"), "file");
+    EXPECT_EQ(fs::read_symlink(d / "up"), "../d/sub");
+    EXPECT_EQ(fs::read_symlink(d / "dir"), "sub");
+    EXPECT_EQ(reader.itemWarnings.size(), 2u);
+#endif
+    for (const char* leaving : {"out", "abs"}) EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(d / leaving)));
+    EXPECT_EQ(readFile(d / "out"), "../../etc/passwd");
+    EXPECT_EQ(readFile(d / "file"), "content");
+    EXPECT_FALSE(fs::exists(d / "sub/new"));
+    EXPECT_EQ(readFile(d / "dir_1/new"), "through");
+    EXPECT_EQ(readFile(d / "inside_1"), "again");
 }
 
 TEST(ZipReader, ListsEncryptionAndSizes) {

@@ -14,6 +14,8 @@
 #include "format/format.Classifier.h"
 #include "format/format.Number.h"
 
+#include "support/scratch.h"
+
 namespace {
 
 namespace n = format::number;
@@ -44,15 +46,12 @@ bool have(const std::string& program) {
 }
 
 // A scratch folder with a small text file in it, removed at the end.
-class Scratch {
+class Scratch : public test::Scratch {
 public:
-    Scratch() {
-        char pattern[] = "/tmp/cratewerk-classify-XXXXXX";
-        dir_ = mkdtemp(pattern);
+    Scratch() : test::Scratch("cratewerk-classify-"), dir_(str()) {
         std::ofstream text(dir_ + "/a.txt");
         for (int i = 0; i < 200; ++i) text << "line " << i << " of a small text to archive\n";
     }
-    ~Scratch() { std::system(("rm -rf '" + dir_ + "'").c_str()); }
     // Runs the command in the folder; answers whether it succeeded.
     bool run(const std::string& command) const {
         return std::system(("cd '" + dir_ + "' && (" + command + ") >/dev/null 2>&1").c_str()) == 0;

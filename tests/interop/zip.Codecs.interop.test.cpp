@@ -30,6 +30,8 @@
 
 namespace fs = std::filesystem;
 
+#include "support/scratch.h"
+
 namespace {
 
 std::vector<char> readFile(const fs::path& path) {
@@ -49,26 +51,15 @@ bool have(const char* program) {
 int run(const std::string& command) { return std::system(command.c_str()); }
 
 // A scratch folder of its own for each test.
-class Scratch {
+class Scratch : public test::Scratch {
 public:
-    Scratch() {
-        path_ = fs::temp_directory_path() /
-                ("cratewerk-zip-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "-" +
-                 ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(path_);
-        fs::create_directories(path_);
-    }
-    ~Scratch() { fs::remove_all(path_); }
-    const fs::path& path() const { return path_; }
+    Scratch() : test::Scratch("cratewerk-zip-") {}
     std::string quoted(const std::string& name) const {
         std::string text(1, '\'');
-        text.append((path_ / name).string());
+        text.append(*this / name);
         text.push_back('\'');
         return text;
     }
-
-private:
-    fs::path path_;
 };
 
 std::vector<char> sample(size_t size, unsigned seed) {

@@ -17,6 +17,8 @@
 
 namespace fs = std::filesystem;
 
+#include "support/scratch.h"
+
 namespace {
 
 const std::string kData = std::string(CRATEWERK_TEST_DATA) + "/zip/";
@@ -73,22 +75,7 @@ std::map<std::string, std::string> tree(const fs::path& root) {
     return items;
 }
 
-class Scratch {
-public:
-    Scratch() {
-        std::random_device random;
-        path_ = fs::temp_directory_path() / ("cratewerk-zipinterop-" + std::to_string(random()));
-        fs::create_directories(path_);
-    }
-    ~Scratch() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    const fs::path& path() const { return path_; }
-
-private:
-    fs::path path_;
-};
+using Scratch = test::Scratch;
 
 // The files that the archivers pack: text that compresses well, noise that
 // doesn't, an empty file, an empty folder and a deeper one.
@@ -204,7 +191,8 @@ struct Refusal {
     const char* title;
     std::string make;  // writes a.zip; empty: the peer archive named in `peer`
     std::string peer;
-    std::string message;
+    std::string message;  // the plug-in's result
+    std::string tool;     // a line of the tool's errors, after "cratewerk: a.zip: "
 };
 
 class Refused : public ::testing::TestWithParam<Refusal> {};
@@ -222,7 +210,7 @@ TEST_P(Refused, WithTheExactText) {
 
     Ran tool = run(quote(CRATEWERK_PROGRAM) + " expand -q -p wrong a.zip out", scratch.path());
     EXPECT_EQ(tool.status, 1);
-    EXPECT_EQ(tool.err, "cratewerk: " + c.message + "\n");
+    EXPECT_NE(tool.err.find("cratewerk: a.zip: " + c.tool), std::string::npos) << tool.err;
 
     const fs::path archive = scratch.path() / "a.zip", host = scratch.path() / "host";
     fs::create_directories(host);
@@ -236,15 +224,23 @@ const std::string kMethod = "unsupported compression method in zip reader";
 
 INSTANTIATE_TEST_SUITE_P(
     Zip, Refused,
-    ::testing::Values(
-        Refusal{"multiDisk", "head -c 300000 /dev/urandom > src/top/big && cd src && zip -q -r -s 64k ../a.zip top", "",
-                "expansion of segmented multi-part archives not supported by zip reader"},
-        Refusal{"zip64FromPipe", "seq 1 1000 | zip -q - - | cat > a.zip", "", kMethod},
-        Refusal{"method7", "", "moby.zip", kMethod}, Refusal{"method9", "", "lorem-ipsum-deflate64.zip", kMethod},
-        Refusal{"method12", "", "bzip2-zip.zip", kMethod}, Refusal{"method99", "", "zip2-aes_archive.zip", kMethod},
-        Refusal{"wrongPassword", "", "password-encrypted.zip", "bad password in format::zip::EncryptionHeader::read()"},
-        Refusal{"wrongPasswordMadeByZip", "cd src && zip -q -r -P right ../a.zip top", "",
-                "bad password in format::zip::EncryptionHeader::read()"}),
+    ::testing::Values(Refusal{"multiDisk",
+                              "head -c 300000 /dev/urandom > src/top/big && cd src && zip -q -r -s 64k ../a.zip top",
+                              "", "expansion of segmented multi-part archives not supported by zip reader",
+                              "expansion of segmented multi-part archives not supported by zip reader\n"},
+                      Refusal{"zip64FromPipe", "seq 1 1000 | zip -q - - | cat > a.zip", "", kMethod,
+                              "Zip64 entries are not supported: -\n"},
+                      Refusal{"method7", "", "moby.zip", kMethod, "tokenized Zip entries are not supported: README\n"},
+                      Refusal{"method9", "", "lorem-ipsum-deflate64.zip", kMethod,
+                              "Deflate64-compressed Zip entries are not supported: lorem-ipsum.txt\n"},
+                      Refusal{"method12", "", "bzip2-zip.zip", kMethod,
+                              "bzip2-compressed Zip entries are not supported: lots-of-as\n"},
+                      Refusal{"method99", "", "zip2-aes_archive.zip", kMethod,
+                              "AES-encrypted Zip entries are not supported: secret_data_128\n"},
+                      Refusal{"wrongPassword", "", "password-encrypted.zip",
+                              "bad password in format::zip::EncryptionHeader::read()", "wrong password: LICENSE.txt\n"},
+                      Refusal{"wrongPasswordMadeByZip", "cd src && zip -q -r -P right ../a.zip top", "",
+                              "bad password in format::zip::EncryptionHeader::read()", "wrong password: top/"}),
     [](const ::testing::TestParamInfo<Refusal>& info) { return std::string(info.param.title); });
 
 // The legacy methods of the peer archives, against their known text and,

@@ -1,55 +1,22 @@
 #pragma once
 
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <random>
 #include <string>
 
 #include "io/io.Exception.h"
 #include "io/io.Path.h"
+#include "support/scratch.h"
 
 namespace iotest {
 
-// A fresh folder below the system's temporary folder, removed with its contents.
-class Scratch {
+// The shared scratch folder, with the names the I/O tests use.
+class Scratch : public test::Scratch {
 public:
-    Scratch() {
-        std::random_device seed;
-        auto base = std::filesystem::temp_directory_path();
-        for (;;) {
-            root_ = base / ("cratewerk-io-" + std::to_string(seed()));
-            if (std::filesystem::create_directory(root_)) break;
-        }
-    }
-    ~Scratch() {
-        std::error_code ignored;
-        std::filesystem::permissions(root_, std::filesystem::perms::owner_all, ignored);
-        std::filesystem::remove_all(root_, ignored);
-    }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-
-    std::string root() const { return root_.string(); }
+    Scratch() : test::Scratch("cratewerk-io-") {}
+    std::string root() const { return str(); }
     // The root joined with a relative name written with "/", in the platform's form.
-    std::string at(const std::string& relative) const {
-        std::string path = root();
-        if (relative.empty()) return path;
-        path += io::Path::separator;
-        for (char c : relative) path += c == '/' ? io::Path::separator : c;
-        return path;
-    }
-    void write(const std::string& relative, const std::string& bytes) const {
-        std::ofstream out(at(relative), std::ios::binary);
-        out << bytes;
-    }
-    std::string read(const std::string& path) const {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    }
-
-private:
-    std::filesystem::path root_;
+    std::string at(const std::string& relative) const { return relative.empty() ? str() : *this / relative; }
+    void write(const std::string& relative, const std::string& bytes) const { test::Scratch::write(relative, bytes); }
 };
 
 // A path written with "/" in the platform's form.

@@ -10,44 +10,12 @@
 #include <vector>
 
 #include "fmhost.Host.h"
-
-#if defined(_WIN32)
-#include <process.h>
-#else
-#include <unistd.h>
-#endif
+#include "support/scratch.h"
 
 namespace plugintest {
 
 // A scratch folder below the system's temporary folder, removed afterwards.
-class TempDir {
-public:
-    TempDir() {
-        static int serial = 0;
-        path_ = std::filesystem::temp_directory_path() /
-                ("cratewerk-test-" + std::to_string(getpidValue()) + "-" + std::to_string(serial++));
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-        std::filesystem::create_directories(path_);
-    }
-    ~TempDir() {
-        std::error_code ignored;
-        std::filesystem::permissions(path_, std::filesystem::perms::owner_all, std::filesystem::perm_options::add, ignored);
-        std::filesystem::remove_all(path_, ignored);
-    }
-    std::string operator/(const std::string& name) const { return (path_ / name).string(); }
-    std::string str() const { return path_.string(); }
-
-private:
-    static long getpidValue() {
-#if defined(_WIN32)
-        return static_cast<long>(_getpid());
-#else
-        return static_cast<long>(getpid());
-#endif
-    }
-    std::filesystem::path path_;
-};
+using TempDir = test::Scratch;
 
 // A relative path written with "/" in the platform's form.
 inline std::string native(std::string path) {

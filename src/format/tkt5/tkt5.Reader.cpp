@@ -6,14 +6,7 @@
 #include "algorithm/unicode.UTF8Coder.h"
 #include "engine/t5.Exception.h"
 #include "engine/t5.Reader.h"
-#include "format/bin/bin.Header.h"
-#include "io/io.File.h"
-#include "io/io.Folder.h"
-#include "io/io.macdrive.Rsrc.h"
-#include "io/io.ntfs.Rsrc.h"
-#include "io/io.random.FileStreams.h"
 #include "stream/check/md5.Digest.h"
-#include "stream/stream.BufferedOutput.h"
 #include "stream/stream.LimitedInput.h"
 #include "un/un.exception.h"
 
@@ -64,6 +57,8 @@ bool knownMethod(uint8_t method) {
     return method == format::tkt5::ForkInfo::storedMethod || method == format::tkt5::ForkInfo::ispMethod ||
            method == format::tkt5::ForkInfo::arsenicMethod;
 }
+
+const char* const invalidData = "CRC mismatch in tkt5 reader; data is invalid";
 
 uint32_t clampOffset(uint64_t offset) { return offset > 0xFFFFFFFFu ? 0xFFFFFFFFu : static_cast<uint32_t>(offset); }
 
@@ -245,46 +240,44 @@ void Reader::walk(stream::random::Input& in, ItemRecord* first, bool uniquify, O
     }
 }
 
-void Reader::fillFileInfo() {
-    tuckett5::FileInfo& info = reader.fileInfo;
-    uint32_t compressed = item->dataFork.compressedSize();
-    uint32_t expanded = item->dataFork.uncompressedSize();
-    info.modificationTime(static_cast<uint32_t>(int64_t(item->modificationDate()) - macEpochOffset));
-    if (item->mac() && item->macHeader().hasResourceFork()) {
-        compressed += item->resourceFork.compressedSize();
-        expanded += item->resourceFork.uncompressedSize();
-    }
-    info.compressedSize(compressed);
-    info.expandedSize(expanded);
-    if (item->mac() && item->macHeader().file()) {
-        info.type(item->macHeader().fileInfo().type());
-        info.creator(item->macHeader().fileInfo().creator());
-    }
-    info.encrypted = (item->itemFlags() & format::tkt5::ItemHeader::passwordFlag) != 0;
-}
-
-void Reader::fillFileNames(const tuckett5::UnicodeName& unicodeName) {
-    reader.fileInfo.name = pathNames.str();
-    if (!unicodeName.empty()) reader.fileInfo.unicodeName(unicodeName);
-}
-
-void Reader::fillFolderNames(const tuckett5::UnicodeName& unicodeName) {
-    reader.folderInfo.name = pathNames.str();
-    if (!unicodeName.empty()) reader.folderInfo.unicodeName(unicodeName);
-}
-
-std::string Reader::outputPath() {
+std::string Reader::outputPath() const {
     std::string joined;
     for (const std::string& part : pathNames.parts()) {
         if (!joined.empty()) joined += '/';
         joined += safeComponent(part);
     }
-    return preprocessName(joined);
+    return joined;
 }
 
-std::string Reader::adjustFileName() { return outputPath(); }
-
-std::string Reader::adjustFolderName() { return outputPath(); }
+Entry Reader::entryOf(const ItemRecord& record) const {
+    Entry entry;
+    entry.kind = record.folder() ? Entry::Kind::folder : Entry::Kind::file;
+    entry.name = pathNames.str();
+    entry.placeName = outputPath();
+    entry.backslashSeparates = false;
+    entry.unicodeName = record.unicodeName;
+    entry.modificationTime(int64_t(record.modificationDate()) - macEpochOffset);
+    entry.creationTime(int64_t(record.creationDate()) - macEpochOffset);
+    if (record.windows()) entry.attributes(record.windowsHeader().attributes());
+    entry.locked = (record.itemFlags() & format::tkt5::ItemHeader::lockedFlag) != 0;
+    entry.encrypted = (record.itemFlags() & format::tkt5::ItemHeader::passwordFlag) != 0;
+    if (entry.kind == Entry::Kind::folder) return entry;
+    entry.dataSize(record.dataFork.uncompressedSize());
+    entry.resourceSize(record.resourceFork.uncompressedSize());
+    entry.compressedSize(uint64_t(record.dataFork.compressedSize()) + record.resourceFork.compressedSize());
+    if (record.mac() && record.macHeader().file()) {
+        entry.finderInfo(record.macHeader().fileInfo());
+        entry.text = record.macHeader().fileInfo().type() == format::data::OSType("TEXT");
+    }
+    entry.invalidData = invalidData;
+    const uint8_t method = record.dataFork.method();
+    entry.method = method == format::tkt5::ForkInfo::storedMethod    ? "stored"
+                   : method == format::tkt5::ForkInfo::ispMethod     ? "ISP"
+                   : method == format::tkt5::ForkInfo::arsenicMethod ? "Arsenic"
+                                                                     : "method " + std::to_string(method);
+    if (record.dataFork.crc() != 0) entry.crc(record.dataFork.crc());
+    return entry;
+}
 
 void Reader::scan(stream::random::Input& in, io::random::File&) {
     try {
@@ -302,9 +295,7 @@ void Reader::scan(stream::random::Input& in, io::random::File&) {
             [&] {
                 reader.fireProgressScanStep();
                 if (reader.archiveInfo.rootName.empty()) reader.archiveInfo.rootName = pathNames.str();
-                reader.fileInfo.reset();
-                fillFileNames(item->unicodeName);
-                fillFileInfo();
+                describe(entryOf(*item));
                 reader.fireFileInfo();
                 ++reader.archiveInfo.fileCount;
                 ++fileCount;
@@ -314,8 +305,7 @@ void Reader::scan(stream::random::Input& in, io::random::File&) {
             [&] {
                 reader.fireProgressScanStep();
                 if (reader.archiveInfo.rootName.empty()) reader.archiveInfo.rootName = pathNames.str();
-                reader.folderInfo.reset();
-                fillFolderNames(item->unicodeName);
+                describe(entryOf(*item));
                 reader.fireFolderInfo();
             },
             [&] { reader.fireProgressScanStep(); }, "non-file and non-folder in tkt5 reader");
@@ -359,7 +349,7 @@ void Reader::checkPassword() {
 
 void Reader::decodeAll(stream::random::Input& in) {
     delete_items();
-    filesDone = 0;
+    itemsDone = 0;
     reader.fireProgressFilesMove(0);
     ItemRecord root;
     if (archiveHeader.passwordHash.isSet()) checkPassword();
@@ -377,14 +367,7 @@ void Reader::decodeAll(stream::random::Input& in) {
             // not take them.
             ItemRecord* folder = item->parentRecord;
             if (folder == nullptr || folder->folderPath.empty()) return;
-            io::Folder made(folder->folderPath);
-            try {
-                made.modificationTime(int64_t(folder->modificationDate()) - macEpochOffset);
-                if (folder->windows()) made.win32Attributes(folder->windowsHeader().attributes());
-                if (folder->itemFlags() & format::tkt5::ItemHeader::lockedFlag) made.readOnly(true);
-            } catch (const un::exception&) {
-                throw tuckett5::exception::Output("cannot set the attributes of a folder in tkt5 reader");
-            }
+            finishFolder(folder->folderPath, entryOf(*folder));
             folder->folderPath.clear();
         },
         "non-file and non-folder in engine5::tkt5::Reader::decodeAll()");
@@ -394,95 +377,24 @@ void Reader::decodeAll(stream::random::Input& in) {
 }
 
 void Reader::decodeItem(stream::random::Input& in) {
-    tuckett5::FileInfo& info = reader.fileInfo;
-    info.reset();
-    fillFileNames(item->unicodeName);
-    std::string path = adjustFileName();
-    fillFileInfo();
-    makeMacBinaryOutputDecision(item->resourceFork.uncompressedSize() != 0);
-    info.macBinary = macBinaryOutput;
-    if (!reader.fireFileDecodeBegin(info.expandedSize())) {
-        skipItem();
-        return;
-    }
-
-    const int32_t conversion = reader.textConversion();
-    textMode = conversion == 1 || (conversion == 2 && item->mac() && item->macHeader().file() &&
-                                   item->macHeader().fileInfo().type() == format::data::OSType("TEXT"));
-
-    if (macBinaryOutput) path += ".bin";
-    io::random::File file;
-    try {
-        postprocessName(path);
-        file.create(path);
-    } catch (const un::exception&) {
-        throw tuckett5::exception::Output("cannot create an output file in tkt5 reader");
-    }
-    io::random::FileOutput fileOutput(file);
-    stream::BufferedOutput out(fileOutput, bufferSize);
-
-    const uint8_t method = item->dataFork.method();
-    if (method > 127)
-        throw tuckett5::exception::UnsupportedMethod("encrypted Tuckett archives not supported by tkt5 reader");
-    if (!knownMethod(method) || (item->mac() && !knownMethod(item->resourceFork.method())))
-        throw tuckett5::exception::UnsupportedMethod("unsupported compression method in tkt5 reader");
-    if (!item->file()) throw un::exception("file header expected but not found in tkt5 reader", "un");
-
-    if (macBinaryOutput) {
-        decodeMacBinary(in, out, *item);
-    } else {
-        if (item->mac() && macDrive.isFileOnMacDriveVolume(path.c_str()) == 1) {
-            io::macdrive::Rsrc rsrc;
-            try {
-                rsrc.create(path);
-            } catch (const un::exception&) {
-                throw tuckett5::exception::Output("cannot create an output file in tkt5 reader");
-            }
-            io::macdrive::RsrcOutput rsrcOutput(rsrc);
-            decodeMacDrive(in, rsrcOutput, *item);
-            rsrc.close();
+    expandFile(entryOf(*item), [&] {
+        const uint8_t method = item->dataFork.method();
+        if (method > 127)
+            throw tuckett5::exception::UnsupportedMethod("encrypted Tuckett archives not supported by tkt5 reader");
+        if (!knownMethod(method) || (item->mac() && !knownMethod(item->resourceFork.method())))
+            throw tuckett5::exception::UnsupportedMethod("unsupported compression method in tkt5 reader");
+        const std::string& password = reader.password.value();
+        decodeFork(in, dataFork(), item->dataFork, password, item->forkInfo().key());
+        if (item->resourceFork.uncompressedSize() != 0) {
+            const std::string key = item->macHeader().hasResourceFork() ? item->macHeader().resourceFork().key() : "";
+            decodeFork(in, resourceFork(), item->resourceFork, password, key);
         }
-        if (item->mac()) {
-            io::ntfs::Rsrc rsrc;
-            try {
-                rsrc.create(path);
-            } catch (const un::exception&) {
-                throw tuckett5::exception::Output("cannot create an output file in tkt5 reader");
-            }
-            io::ntfs::RsrcOutput rsrcOutput(rsrc);
-            decodeNTFS(in, rsrcOutput, *item);
-            rsrc.close();
-        }
-        decodeFile(in, out, *item);
-    }
-
-    reader.fireFileDecodeEnd();
-    out.flush();
-    file.close();
-    try {
-        file.modificationTime(int64_t(item->modificationDate()) - macEpochOffset);
-        if (item->windows()) file.win32Attributes(item->windowsHeader().attributes());
-        if (item->itemFlags() & format::tkt5::ItemHeader::lockedFlag) file.readOnly(true);
-    } catch (const un::exception&) {
-        throw tuckett5::exception::Output("cannot set the attributes of an output file in tkt5 reader");
-    }
-    ++filesDone;
-    reader.fireProgressFilesMove(filesDone);
+    });
 }
 
 void Reader::decodeFolder() {
-    reader.folderInfo.reset();
-    fillFolderNames(item->unicodeName);
-    const std::string planned = adjustFolderName();
-    const uint32_t size = item->folderInfo().totalSize();
-    const bool go = static_cast<const tuckett5::event::FolderDecodeBeginDispatcher&>(reader).ask(
-        [&](tuckett5::event::FolderDecodeBeginListener& l) { return l.folderDecodeBeginEvent(size); });
-    if (!go) {
-        skipItem();
-        return;
-    }
-    std::string path = planned;
-    createOutputFolder(path, defaultTries);
+    const std::string planned = preprocessName(outputPath(), true);
+    const std::string path = expandFolder(entryOf(*item));
     if (path != planned) {
         // The folder took another name: what lies inside follows it.
         const std::string::size_type last = path.rfind(io::Path::separator);
@@ -490,12 +402,6 @@ void Reader::decodeFolder() {
         pathNames.add(last == std::string::npos ? path : path.substr(last + 1));
     }
     item->folderPath = path;
-    reader.fireFolderDecodeEnd();
-}
-
-void Reader::skipItem() {
-    if (item->file()) bytesDone += uint64_t(item->dataFork.uncompressedSize()) + item->resourceFork.uncompressedSize();
-    reader.fireProgressSizeMove(static_cast<uint32_t>(bytesDone));
 }
 
 void Reader::decodeFork(stream::random::Input& in, stream::Output& out, ForkRecord& fork,
@@ -515,94 +421,11 @@ void Reader::decodeFork(stream::random::Input& in, stream::Output& out, ForkReco
     }
     methodReader->total = bytesDone;
     methodReader->count(fork.uncompressedSize());
-    methodReader->textLineEnding = textMode ? reader.textLineEnding() : 0;
     stream::LimitedInput stored(in, fork.compressedSize());
     methodReader->decode(stored, out);
     bytesDone = methodReader->total;
     if (fork.crc() != 0 && methodReader->crc != 0 && fork.crc() != methodReader->crc)
-        throw tuckett5::exception::BadData("CRC mismatch in tkt5 reader; data is invalid");
-}
-
-void Reader::decodeFile(stream::random::Input& in, stream::Output& out, ItemRecord& record) {
-    decodeFork(in, out, record.dataFork, reader.password.value(), record.forkInfo().key());
-    bytesDone += record.resourceFork.uncompressedSize();
-}
-
-void Reader::padFork(ForkRecord& fork, stream::Output& out) {
-    const uint32_t rest = fork.uncompressedSize() % 128;
-    if (rest != 0) out.fill(128 - rest, '\0');
-}
-
-void Reader::makeMacBinaryHeader(ItemRecord& record, format::bin::Header& header) {
-    header.name = record.name();
-    if (record.mac()) {
-        const format::tkt5::MacHeader& mac = record.macHeader();
-        if (mac.file()) {
-            header.type = mac.fileInfo().type();
-            header.creator = mac.fileInfo().creator();
-            header.finderFlags = mac.fileInfo().flags();
-        } else {
-            header.finderFlags = mac.folderInfo().flags();
-        }
-    }
-    header.dataLength = record.dataFork.uncompressedSize();
-    header.resourceLength = record.resourceFork.uncompressedSize();
-    header.created = record.creationDate();
-    header.modified = record.modificationDate();
-    // MacBinary II.
-    header.writerVersion = 129;
-    header.readerVersion = 129;
-}
-
-void Reader::decodeMacBinary(stream::random::Input& in, stream::Output& out, ItemRecord& record) {
-    const bool text = textMode;
-    textMode = false;
-    format::bin::Header header;
-    makeMacBinaryHeader(record, header);
-    header.write(out);
-    decodeFork(in, out, record.dataFork, reader.password.value(), record.forkInfo().key());
-    padFork(record.dataFork, out);
-    if (record.mac()) {
-        const std::string key = record.macHeader().hasResourceFork() ? record.macHeader().resourceFork().key() : "";
-        decodeFork(in, out, record.resourceFork, reader.password.value(), key);
-        padFork(record.resourceFork, out);
-    }
-    textMode = text;
-}
-
-namespace {
-
-template <typename Output>
-void giveFileInfo(Output& out, ItemRecord& record) {
-    if (record.macHeader().file()) out.rsrc().fileInfo(record.macHeader().fileInfo());
-}
-
-} // namespace
-
-void Reader::decodeMacDrive(stream::random::Input& in, io::macdrive::RsrcOutput& out, ItemRecord& record) {
-    const bool text = textMode;
-    textMode = false;
-    {
-        stream::BufferedOutput buffered(out, bufferSize);
-        const std::string key = record.macHeader().hasResourceFork() ? record.macHeader().resourceFork().key() : "";
-        decodeFork(in, buffered, record.resourceFork, reader.password.value(), key);
-        buffered.flush();
-    }
-    textMode = text;
-    giveFileInfo(out, record);
-}
-
-void Reader::decodeNTFS(stream::random::Input& in, io::ntfs::RsrcOutput& out, ItemRecord& record) {
-    const bool text = textMode;
-    textMode = false;
-    {
-        stream::BufferedOutput buffered(out, bufferSize);
-        const std::string key = record.macHeader().hasResourceFork() ? record.macHeader().resourceFork().key() : "";
-        decodeFork(in, buffered, record.resourceFork, reader.password.value(), key);
-        buffered.flush();
-    }
-    textMode = text;
-    giveFileInfo(out, record);
+        throw tuckett5::exception::BadData(invalidData);
 }
 
 } // namespace engine5::tkt5

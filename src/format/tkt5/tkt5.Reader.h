@@ -12,15 +12,6 @@
 #include "format/tkt5/tkt5.MethodReader.h"
 #include "io/io.Path.h"
 
-namespace format::bin {
-class Header;
-}
-namespace io::macdrive {
-class RsrcOutput;
-}
-namespace io::ntfs {
-class RsrcOutput;
-}
 namespace stream {
 class Input;
 class Output;
@@ -77,46 +68,31 @@ protected:
     void decodeFolder();
     void decodeFork(stream::random::Input& in, stream::Output& out, ForkRecord& fork, const std::string& password,
                     const std::string& key);
-    void decodeFile(stream::random::Input& in, stream::Output& out, ItemRecord& item);
-    void decodeMacBinary(stream::random::Input& in, stream::Output& out, ItemRecord& item);
-    void decodeMacDrive(stream::random::Input& in, io::macdrive::RsrcOutput& out, ItemRecord& item);
-    void decodeNTFS(stream::random::Input& in, io::ntfs::RsrcOutput& out, ItemRecord& item);
-    void makeMacBinaryHeader(ItemRecord& item, format::bin::Header& header);
-    void padFork(ForkRecord& fork, stream::Output& out);
-    void skipItem();
-    void fillFileNames(const tuckett5::UnicodeName& unicodeName);
-    void fillFolderNames(const tuckett5::UnicodeName& unicodeName);
-    // The path of the item in hand inside the output folder.
-    std::string adjustFileName();
-    std::string adjustFolderName();
     void checkPassword();
     void delete_items();
 
-    uint32_t filesDone = 0;
     std::unique_ptr<MethodReader> methodReader;
     uint8_t lastMethod = 0;
     // The names of the open folders, then the item in hand.
     io::CompositePath pathNames{'/'};
     uint32_t fileCount = 0;
     uint32_t firstItem = 0;
-    uint64_t bytesDone = 0;
     format::tkt5::ArchiveHeader archiveHeader;
-    bool textMode = false;
     ItemRecord* item = nullptr;
     std::vector<ItemRecord*> items;
 
 private:
     // The offset of the archive's first byte in the input.
     uint64_t start() const;
-    // Fills the file info of the item in hand, as the scan reports it.
-    void fillFileInfo();
+    // The item as the extraction path takes it, named by the open folders.
+    Entry entryOf(const ItemRecord& record) const;
     // The walk shared by scan and decodeAll.
     template <typename OnFile, typename OnFolder, typename OnEnd>
     void walk(stream::random::Input& in, ItemRecord* first, bool uniquify, OnFile onFile, OnFolder onFolder,
               OnEnd onEnd, const char* strangeItem);
-    // The output path of the item in hand: its names made safe and joined
-    // inside the output folder.
-    std::string outputPath();
+    // The names of the item in hand, each made a component that stays in its
+    // folder, joined by "/".
+    std::string outputPath() const;
 
     // The highest offset read so far in this walk: links must lead forward.
     uint32_t lastPosition_ = 0;

@@ -29,6 +29,7 @@ constexpr uint16_t utf8Flag = 0x0800;
 constexpr uint32_t encryptionHeaderSize = format::zip::EncryptionHeader::fixed_size;
 constexpr int unixHost = 3;
 
+const char* const invalidData = "CRC mismatch in zip reader; data is invalid";
 const char* const multiPart = "expansion of segmented multi-part archives not supported by zip reader";
 
 // A DOS date and time, which count in the local time of the machine that
@@ -83,6 +84,43 @@ uint32_t modificationTime(uint16_t date, uint16_t time, const std::string& extra
     return extraTime(extra, seconds) ? seconds : dosSeconds(date, time);
 }
 
+// What a user calls the method of an entry that cannot be read.
+std::string methodName(uint16_t method) {
+    switch (method) {
+        case 0:
+            return "stored";
+        case 1:
+            return "shrunk";
+        case 2:
+        case 3:
+        case 4:
+        case 5:
+            return "reduced";
+        case 6:
+            return "imploded";
+        case 7:
+            return "tokenized";
+        case 8:
+            return "deflated";
+        case 9:
+            return "Deflate64-compressed";
+        case 12:
+            return "bzip2-compressed";
+        case 14:
+            return "LZMA-compressed";
+        case 93:
+            return "Zstandard-compressed";
+        case 95:
+            return "XZ-compressed";
+        case 98:
+            return "PPMd-compressed";
+        case 99:
+            return "AES-encrypted";
+        default:
+            return "method " + std::to_string(method);
+    }
+}
+
 uint32_t clamp(uint64_t value) { return value > 0xFFFFFFFFu ? 0xFFFFFFFFu : static_cast<uint32_t>(value); }
 
 // A folder's name without the slash or slashes that mark it.
@@ -93,7 +131,7 @@ std::string folderName(std::string name) {
 
 }  // namespace
 
-Reader::Reader(uint32_t position, tuckett5::Reader& reader) : FormatReader(position, reader) {}
+Reader::Reader(uint32_t position, tuckett5::Reader& reader) : FormatReader(position, reader) { foldersAreItems = true; }
 
 Reader::~Reader() = default;
 
@@ -111,18 +149,27 @@ uint64_t Reader::locateDirectory(stream::random::Input& input, uint64_t offset) 
     return notFound;
 }
 
-void Reader::locateLocalHeader(stream::random::Input& input, uint64_t offset, format::zip::LocalHeader& header) {
+void Reader::locateLocalHeader(stream::random::Input& input, uint64_t offset, format::zip::LocalHeader& header,
+                               const std::string& name) {
+    // Offsets may count from the archive's start or from the file's. The
+    // archive's start is where classification found the first header it could
+    // read, which may be a later entry's: the header that bears the entry's
+    // own name is the one.
     const uint64_t archiveOffset = reader.archiveInfo.position;
     const uint64_t tries[2] = {archiveOffset + offset, offset};
+    int found = -1;
     for (int i = 0; i < (archiveOffset == 0 ? 1 : 2); ++i) {
         try {
             input.seek(tries[i]);
             header.read(input, true);
-            return;
+            if (header.name() == name) return;
+            if (found < 0) found = i;
         } catch (const un::exception&) {
         }
     }
-    throw BadFormat("cannot locate a local header in zip reader");
+    if (found < 0) throw BadFormat("cannot locate a local header in zip reader");
+    input.seek(tries[found]);
+    header.read(input, true);
 }
 
 void Reader::scan(stream::random::Input& input, io::random::File&) {
@@ -185,6 +232,10 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
             file.modificationTime(
                 modificationTime(centralHeader_.date(), centralHeader_.time(), centralHeader_.extra()));
             file.encrypted = encrypted;
+            file.method = methodName(centralHeader_.method());
+            file.crc(centralHeader_.crc());
+            if ((centralHeader_.versionMadeBy() >> 8) == unixHost && (centralHeader_.externalAttributes() >> 16) != 0)
+                file.mode(centralHeader_.externalAttributes() >> 16);
             reader.fireFileInfo();
         }
 
@@ -209,6 +260,7 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
 
     reader.fireProgressScanEnd();
     endHeader_.read(input, false);
+    archive.comment = endHeader_.comment();
     if (!endHeader_.valid()) throw BadFormat("invalid signature at the end of the central directory in zip reader");
 
     // One file alone, or everything below one folder, needs no enclosing
@@ -222,7 +274,7 @@ void Reader::decode(stream::random::Input& input, io::random::File&) {
     reader.fireArchiveDecodeBegin();
     reader.fireProgressSizeBegin(reader.archiveInfo.expandedSize());
     reader.fireProgressFilesBegin(reader.archiveInfo.fileCount);
-    itemsDone_ = 0;
+    itemsDone = 0;
     reader.fireProgressFilesMove(0);
 
     decodeAll(input);
@@ -247,30 +299,39 @@ void Reader::decodeAll(stream::random::Input& input) {
 }
 
 void Reader::unzipAll(stream::random::Input& input) {
-    count_ = 0;
+    bytesDone = 0;
     files_.clear();
     for (uint32_t i = 0; i < endHeader_.entries(); ++i) {
         centralHeader_.read(input, false);
         if (!centralHeader_.valid()) throw BadFormat("invalid central header in zip reader");
-        const uint16_t method = centralHeader_.method();
-        if ((centralHeader_.versionNeeded() & 0xFF) >= 21 || method >= 9 || method == 7)
-            throw UnsupportedMethod("unsupported compression method in zip reader");
         auto info = std::make_unique<FileInfo>();
+        // An entry that needs a later version or another method is refused
+        // when its turn comes, so that a client may go on past it.
+        const uint16_t method = centralHeader_.method();
+        info->unsupported = (centralHeader_.versionNeeded() & 0xFF) >= 21 || method >= 9 || method == 7;
+        info->method = method;
+        info->version = centralHeader_.versionNeeded() & 0xFF;
+        info->name = centralHeader_.name();
         info->crc = centralHeader_.crc();
         info->compressedSize = centralHeader_.compressedSize();
         info->uncompressedSize = centralHeader_.uncompressedSize();
         info->offset = centralHeader_.localHeaderOffset();
         info->attributes = static_cast<uint16_t>((centralHeader_.externalAttributes() & 0xFF) | 0x20);
         info->flags = centralHeader_.flags();
-        if ((centralHeader_.versionMadeBy() >> 8) == unixHost)
-            info->permissions = (centralHeader_.externalAttributes() >> 16) & 0777;
+        info->text = (centralHeader_.internalAttributes() & 1) != 0;
+        if ((centralHeader_.versionMadeBy() >> 8) == unixHost) {
+            const uint32_t mode = centralHeader_.externalAttributes() >> 16;
+            info->permissions = mode & 0777;
+            info->link = (mode & 0170000) == 0120000;
+        }
         files_.push_back(std::move(info));
     }
 
     for (const auto& info : files_) {
         format::zip::LocalHeader header;
-        locateLocalHeader(input, info->offset, header);
-        if (!header.valid()) throw BadFormat("bad local header in zip reader");
+        locateLocalHeader(input, info->offset, header, info->name);
+        // The header of an entry that cannot be read is only wanted for its name.
+        if (!header.valid() && !info->unsupported) throw BadFormat("bad local header in zip reader");
         // With a data descriptor the local fields may be zero; the directory
         // has the real ones.
         if (header.flags() & descriptorFlag) {
@@ -285,67 +346,53 @@ void Reader::unzipAll(stream::random::Input& input) {
     }
 }
 
-void Reader::itemDone() { reader.fireProgressFilesMove(++itemsDone_); }
-
 void Reader::unzipFile(stream::random::Input& input, const FileInfo& info, format::zip::LocalHeader& header) {
     const EntryName name = entryName(header.name(), header.extra(), (header.flags() & utf8Flag) != 0);
-    tuckett5::FileInfo& file = reader.fileInfo;
-    file.reset();
-    file.name = name.local;
-    file.unicodeName(name.unicode);
-    file.compressedSize(header.compressedSize());
-    file.expandedSize(header.uncompressedSize());
-    const uint32_t modified = modificationTime(header.date(), header.time(), header.extra());
-    file.modificationTime(modified);
-    file.encrypted = (info.flags & encryptedFlag) != 0;
-
-    // A name with nothing left once the parts that could leave the output
-    // folder are dropped has no place to go.
-    if (!reader.fireFileDecodeBegin(header.uncompressedSize()) || io::safeComponents(name.local).empty()) {
-        count_ += header.compressedSize();
-        itemDone();
-        return;
-    }
-
-    std::string path = preprocessName(name.local);
-    io::random::File output;
-    createOutputFile(output, path, defaultTries);
-    {
-        io::random::FileOutput out(output);
-        unzipFileData(input, out, header, info);
-    }
-    itemDone();
-    reader.fireFileDecodeEnd();
-    output.close();
-    output.modificationTime(modified);
-    output.win32Attributes(info.attributes);
-    if (info.permissions != 0) output.permissions(info.permissions);
+    Entry entry;
+    // A link made on Unix holds its target as its data.
+    if (info.link) entry.kind = Entry::Kind::link;
+    entry.name = name.local;
+    entry.unicodeName = name.unicode;
+    entry.compressedSize(header.compressedSize());
+    entry.dataSize(header.uncompressedSize());
+    entry.resourceSize(0);
+    entry.modificationTime(modificationTime(header.date(), header.time(), header.extra()));
+    entry.encrypted = (info.flags & encryptedFlag) != 0;
+    entry.attributes(info.attributes);
+    if (info.permissions != 0) entry.permissions(info.permissions);
+    entry.text = info.text;
+    entry.invalidData = invalidData;
+    expandFile(entry, [&] {
+        if (info.unsupported) {
+            const bool knownMethod = info.method < 9 && info.method != 7;
+            if (!knownMethod)
+                explain(methodName(info.method) + " Zip entries are not supported");
+            else if (info.version == 45)
+                explain("Zip64 entries are not supported");
+            else
+                explain("Zip entries that need version " + std::to_string(info.version / 10) + "." +
+                        std::to_string(info.version % 10) + " are not supported");
+            throw UnsupportedMethod("unsupported compression method in zip reader");
+        }
+        unzipFileData(input, dataFork(), header, info);
+    });
 }
 
 void Reader::unzipFolder(const FileInfo&, format::zip::LocalHeader& header) {
     const EntryName name = entryName(header.name(), header.extra(), (header.flags() & utf8Flag) != 0);
-    tuckett5::UnicodeName unicode = name.unicode;
-    while (!unicode.empty() && unicode.back() == '/') unicode.pop_back();
-    reader.folderInfo.reset();
-    reader.folderInfo.name = folderName(name.local);
-    reader.folderInfo.unicodeName(unicode);
-    reader.fireFolderDecodeBegin(0);
-
-    if (!io::safeComponents(reader.folderInfo.name).empty()) {
-        std::string path = preprocessName(reader.folderInfo.name);
-        // A folder that this run made already, for a file inside it or by an
-        // earlier entry of the same name, is used as it is.
-        if (!(io::Path::exists(path) && io::Path::directory(path))) createOutputFolder(path, defaultTries);
-    }
-    itemDone();
-    reader.fireFolderDecodeEnd();
+    Entry entry;
+    entry.kind = Entry::Kind::folder;
+    entry.name = folderName(name.local);
+    entry.unicodeName = name.unicode;
+    while (!entry.unicodeName.empty() && entry.unicodeName.back() == '/') entry.unicodeName.pop_back();
+    expandFolder(entry);
 }
 
 void Reader::unzipFileData(stream::random::Input& input, stream::Output& output, format::zip::LocalHeader& header,
                            const FileInfo& info) {
     std::unique_ptr<MethodReader> method = MethodReader::make(header.method(), header.flags(), reader);
     if (!method) throw UnsupportedMethod("zip reader encountered a file with an unsupported compression method");
-    method->count = count_;
+    method->count = bytesDone;
     method->compressedLimit(header.compressedSize());
     method->uncompressedLimit(header.uncompressedSize());
 
@@ -360,12 +407,17 @@ void Reader::unzipFileData(stream::random::Input& input, stream::Output& output,
         // written, so the check byte comes from the time instead.
         const uint32_t check = (header.flags() & descriptorFlag) ? header.time() >> 8 : header.crc() >> 24;
         encryption.expect(static_cast<char>(check & 0xFF));
-        encryption.read(input, true);
+        try {
+            encryption.read(input, true);
+        } catch (const format::Exception&) {
+            explain("wrong password");
+            throw;
+        }
         algorithm::zipcrypt::Input decrypted(input, cipher);
         method->decode(decrypted, output);
     }
-    count_ = method->count;
-    if (method->crc() != header.crc()) throw BadData("CRC mismatch in zip reader; data is invalid");
+    bytesDone = method->count;
+    if (method->crc() != header.crc()) throw BadData(invalidData);
 }
 
 }  // namespace engine5::zip

@@ -27,6 +27,14 @@ struct FileInfo {
     uint16_t flags = 0;  // of the central header: bit 0 says encrypted
     // The POSIX mode bits of an entry made on Unix, else 0.
     uint32_t permissions = 0;
+    // The internal attributes mark the entry as text.
+    bool text = false;
+    uint16_t method = 0;
+    uint16_t version = 0;  // needed to extract, the low byte
+    std::string name;      // as the directory stores it
+    bool link = false;     // a symbolic link, whose data is its target
+    // A version or method that this reader cannot expand.
+    bool unsupported = false;
 };
 
 // Lists a Zip archive from its central directory and expands it. Data in
@@ -45,17 +53,14 @@ public:
 
 private:
     uint64_t locateDirectory(stream::random::Input& input, uint64_t offset);
-    void locateLocalHeader(stream::random::Input& input, uint64_t offset, format::zip::LocalHeader& header);
+    void locateLocalHeader(stream::random::Input& input, uint64_t offset, format::zip::LocalHeader& header,
+                           const std::string& name);
     void decodeAll(stream::random::Input& input);
     void unzipAll(stream::random::Input& input);
     void unzipFile(stream::random::Input& input, const FileInfo& info, format::zip::LocalHeader& header);
     void unzipFolder(const FileInfo& info, format::zip::LocalHeader& header);
     void unzipFileData(stream::random::Input& input, stream::Output& output, format::zip::LocalHeader& header,
                        const FileInfo& info);
-    void itemDone();
-
-    uint64_t count_ = 0;  // bytes done, the base of the progress events
-    uint32_t itemsDone_ = 0;
     format::zip::CentralHeader centralHeader_;
     format::zip::EndHeader endHeader_;
     unsigned long long directoryOffset = 0;

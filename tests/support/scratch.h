@@ -1,0 +1,63 @@
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <string>
+
+namespace test {
+
+// A fresh folder below the system's temporary folder, removed with everything
+// in it when the test is done (locked items are unlocked first). Every test
+// program takes its scratch folders from here.
+class Scratch {
+public:
+    explicit Scratch(const std::string& prefix = "cratewerk-test-") {
+        namespace fs = std::filesystem;
+        std::random_device seed;
+        const fs::path base = fs::temp_directory_path();
+        for (;;) {
+            path_ = base / (prefix + std::to_string(seed()));
+            if (fs::create_directory(path_)) break;
+        }
+        path_ = fs::canonical(path_);
+    }
+    ~Scratch() {
+        namespace fs = std::filesystem;
+        std::error_code ignored;
+        fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ignored);
+        for (auto& item : fs::recursive_directory_iterator(path_, ignored))
+            if (!item.is_symlink(ignored))
+                fs::permissions(item.path(), fs::perms::owner_all, fs::perm_options::add, ignored);
+        fs::remove_all(path_, ignored);
+    }
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+
+    const std::filesystem::path& path() const { return path_; }
+    std::string str() const { return path_.string(); }
+    // A name below the folder, written with "/", in the platform's form.
+    std::string operator/(const std::string& relative) const {
+        return (path_ / std::filesystem::path(relative).make_preferred()).string();
+    }
+    // Writes a file below the folder, with the folders above it; answers its path.
+    std::string write(const std::string& relative, const std::string& bytes) const {
+        const std::string where = *this / relative;
+        std::filesystem::create_directories(std::filesystem::path(where).parent_path());
+        std::ofstream out(where, std::ios::binary);
+        out << bytes;
+        return where;
+    }
+    static std::string read(const std::string& path) {
+        std::ifstream in(path, std::ios::binary);
+        std::stringstream bytes;
+        bytes << in.rdbuf();
+        return bytes.str();
+    }
+
+private:
+    std::filesystem::path path_;
+};
+
+}  // namespace test

@@ -48,6 +48,13 @@ test-32: setup
 	@cmake --build build/linux-i686 -j $(JOBS) --target cratewerk_tests
 	@cd build/linux-i686 && ctest -L unit --output-on-failure -j $(JOBS)
 
+# The plug-in for FileMaker Pro alone, checked to import nothing but system DLLs.
+.PHONY: fmx
+fmx: setup
+	@$(call windows_configure,i686) >/dev/null
+	@cmake --build build/windows-i686 -j $(JOBS) --target cratewerk_plugin_module
+	@bash tools/check-imports.sh build/windows-i686/Cratewerk.fmx
+
 # The command-line tool and the host emulator on the bundled samples.
 demo: release
 	@bash tools/demo.sh build/release

@@ -43,9 +43,9 @@ TEST(Libraries, Bzip2RoundTripThroughTheStreamInterface) {
     std::string data = repeated(40);
     std::vector<char> packed(data.size() + data.size() / 100 + 600);
     unsigned packedSize = static_cast<unsigned>(packed.size());
-    ASSERT_EQ(BZ2_bzBuffToBuffCompress(packed.data(), &packedSize, data.data(), static_cast<unsigned>(data.size()), 1,
-                                       0, 0),
-              BZ_OK);
+    ASSERT_EQ(
+        BZ2_bzBuffToBuffCompress(packed.data(), &packedSize, data.data(), static_cast<unsigned>(data.size()), 1, 0, 0),
+        BZ_OK);
     EXPECT_LT(packedSize, data.size() / 4);
 
     bz_stream z{};
@@ -134,8 +134,9 @@ std::vector<char> makeTar(int filter, const std::vector<Member>& members) {
 class LibarchiveTar : public testing::TestWithParam<int> {};
 
 TEST_P(LibarchiveTar, ReadsBackWhatItWrote) {
-    const std::vector<Member> members = {
-        {"crate/first.txt", repeated(3)}, {"crate/empty", ""}, {"crate/" + std::string(120, 'n') + ".bin", repeated(90)}};
+    const std::vector<Member> members = {{"crate/first.txt", repeated(3)},
+                                         {"crate/empty", ""},
+                                         {"crate/" + std::string(120, 'n') + ".bin", repeated(90)}};
     std::vector<char> tar = makeTar(GetParam(), members);
 
     archive* a = archive_read_new();
@@ -161,4 +162,4 @@ TEST_P(LibarchiveTar, ReadsBackWhatItWrote) {
 INSTANTIATE_TEST_SUITE_P(Filters, LibarchiveTar,
                          testing::Values(ARCHIVE_FILTER_NONE, ARCHIVE_FILTER_GZIP, ARCHIVE_FILTER_BZIP2));
 
-} // namespace
+}  // namespace

@@ -1,5 +1,6 @@
-// CRC-32 against zlib's crc32, over each corpus file.
+// CRC-32 against zlib's crc32 and libdeflate's, over each corpus file.
 #include <benchmark/benchmark.h>
+#include <libdeflate.h>
 #include <zlib.h>
 
 #include "bench.Corpus.h"
@@ -27,11 +28,21 @@ void crcZlib(benchmark::State& state, size_t index) {
     state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(data.size()));
 }
 
+void crcLibdeflate(benchmark::State& state, size_t index) {
+    const auto& data = bench::corpus()[index].data;
+    for (auto _ : state) {
+        uint32_t value = libdeflate_crc32(0, data.data(), data.size());
+        benchmark::DoNotOptimize(value);
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(data.size()));
+}
+
 const int registered = [] {
     const char* names[] = {"text", "code", "records"};
     for (size_t i = 0; i < 3; ++i) {
         benchmark::RegisterBenchmark((std::string("CRC32/cratewerk/") + names[i]).c_str(), crcCratewerk, i);
         benchmark::RegisterBenchmark((std::string("CRC32/zlib/") + names[i]).c_str(), crcZlib, i);
+        benchmark::RegisterBenchmark((std::string("CRC32/libdeflate/") + names[i]).c_str(), crcLibdeflate, i);
     }
     return 0;
 }();

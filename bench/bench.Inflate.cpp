@@ -1,5 +1,7 @@
-// Inflate against zlib's inflate, over each corpus file compressed by zlib at level 6.
+// Inflate against zlib's inflate and libdeflate's, over each corpus file compressed
+// by zlib at level 6.
 #include <benchmark/benchmark.h>
+#include <libdeflate.h>
 #include <zlib.h>
 
 #include <map>
@@ -66,11 +68,30 @@ void inflateZlib(benchmark::State& state, size_t index) {
     state.counters["compressed"] = double(compressed.size());
 }
 
+void inflateLibdeflate(benchmark::State& state, size_t index) {
+    const auto& data = bench::corpus()[index].data;
+    const auto& compressed = packed(index);
+    std::vector<char> result(data.size());
+    libdeflate_decompressor* decompressor = libdeflate_alloc_decompressor();
+    for (auto _ : state) {
+        size_t written = 0;
+        const libdeflate_result status = libdeflate_deflate_decompress(
+            decompressor, compressed.data(), compressed.size(), result.data(), result.size(), &written);
+        if (status != LIBDEFLATE_SUCCESS || written != data.size()) state.SkipWithError("libdeflate failed");
+        benchmark::DoNotOptimize(result.data());
+    }
+    libdeflate_free_decompressor(decompressor);
+    if (result != data) state.SkipWithError("libdeflate result differs");
+    state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(data.size()));
+    state.counters["compressed"] = double(compressed.size());
+}
+
 const int registered = [] {
     const char* names[] = {"text", "code", "records"};
     for (size_t i = 0; i < 3; ++i) {
         benchmark::RegisterBenchmark((std::string("Inflate/cratewerk/") + names[i]).c_str(), inflateCratewerk, i);
         benchmark::RegisterBenchmark((std::string("Inflate/zlib/") + names[i]).c_str(), inflateZlib, i);
+        benchmark::RegisterBenchmark((std::string("Inflate/libdeflate/") + names[i]).c_str(), inflateLibdeflate, i);
     }
     return 0;
 }();

@@ -12,7 +12,7 @@ def main(path):
     for b in data["benchmarks"]:
         if b.get("run_type") == "aggregate" and b.get("aggregate_name") != "median":
             continue
-        parts = b["run_name"].split("/")
+        parts = [p for p in b["run_name"].split("/") if not p.startswith("repeats:")]
         if len(parts) < 3:
             continue
         pair, side, file = parts[0], parts[1], "/".join(parts[2:])

@@ -92,6 +92,22 @@ public:
         return done;
     }
 
+    // Lends the read-ahead to a decoder's own loop, which may keep more bits
+    // in a wider register than this reader does. The bytes from aheadBegin()
+    // to aheadEnd() are the input that follows the heldCount() bits of
+    // heldValue(). resume() takes the state back: `next` is the first byte
+    // not taken, and the `count` bits of `value` (fewer than 32) come before it.
+    const unsigned char* aheadBegin() const { return next_; }
+    const unsigned char* aheadEnd() const { return limit_; }
+    uint32_t heldValue() const { return count_ >= 32 ? accumulator_ : accumulator_ & mask(count_); }
+    unsigned heldCount() const { return count_; }
+    void resume(const unsigned char* next, uint32_t value, unsigned count) {
+        bytes_ += static_cast<uint64_t>(next - next_);
+        next_ = next;
+        accumulator_ = value;
+        count_ = count;
+    }
+
     bool refill(unsigned n) {
         if (count_ >= n) return true;
         if (limit_ - next_ >= 4) {

@@ -16,3 +16,18 @@ std::string toAnsi(const std::basic_string<unsigned short>& wide, const std::str
 }
 
 } // namespace algorithm::unicode
+
+namespace algorithm::unicode {
+
+std::basic_string<unsigned short> fromAnsi(const std::string& ansi) {
+    if (ansi.empty()) return {};
+    const int length = static_cast<int>(ansi.size());
+    const int size = MultiByteToWideChar(CP_ACP, MB_ERR_INVALID_CHARS, ansi.data(), length, nullptr, 0);
+    if (size <= 0) return {};
+    std::basic_string<unsigned short> wide(static_cast<size_t>(size), 0);
+    MultiByteToWideChar(CP_ACP, MB_ERR_INVALID_CHARS, ansi.data(), length, reinterpret_cast<wchar_t*>(wide.data()),
+                        size);
+    return wide;
+}
+
+} // namespace algorithm::unicode

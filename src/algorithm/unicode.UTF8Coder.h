@@ -17,6 +17,9 @@ public:
     // The name in the engine's 8-bit form: unchanged on POSIX, the ANSI code
     // page on Windows (a character that it lacks becomes '_').
     static std::string toLocal(const std::string& name);
+    // The reverse of toLocal: a name in the engine's 8-bit form as UTF-16.
+    // Empty when the name is empty or isn't well formed in that encoding.
+    static std::basic_string<unsigned short> fromLocal(const std::string& name);
 };
 
 } // namespace algorithm::unicode

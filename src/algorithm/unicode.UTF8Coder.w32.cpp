@@ -7,3 +7,11 @@ namespace algorithm::unicode {
 std::string UTF8Coder::toLocal(const std::string& name) { return toAnsi(decode(name), name); }
 
 } // namespace algorithm::unicode
+
+namespace algorithm::unicode {
+
+std::basic_string<unsigned short> UTF8Coder::fromLocal(const std::string& name) {
+    return fromAnsi(name);
+}
+
+} // namespace algorithm::unicode

@@ -17,11 +17,14 @@ struct Arguments {
     int macBinary = 2;   // 0 never, 1 always, else the format decides
     int text = 0;        // 0 none, 1 all, 2 items of type TEXT
     int eol = 3;         // 1 LF, 2 CR, 3 CR LF
+    std::string output;  // the archive that tuck writes; empty for the default name
+    int method = -1;     // tuck's method number; -1 lets the format choose
 };
 
 int expand(const Arguments& arguments);
 int list(const Arguments& arguments);
 int identify(const Arguments& arguments);
+int tuck(const Arguments& arguments);
 
 // Prints "cratewerk: <message>" on standard error.
 void complain(const std::string& message);

@@ -24,7 +24,8 @@ const char* const kMainHelp =
     "  expand, x ARCHIVE [DEST]    expand an archive\n"
     "  list, l ARCHIVE             list the items of an archive\n"
     "  identify FILE...            name the format of each file and where it starts\n"
-    "  tuck, zip SOURCE [ARCHIVE]  create an archive\n"
+    "  tuck SOURCE... [-o ARCHIVE] create a tkt5 archive\n"
+    "  zip SOURCE [ARCHIVE]        create a Zip archive\n"
     "  call FUNCTION 'P1|P2|P3'    run an external function as the host would\n"
     "  version                     print the version\n"
     "\n"
@@ -57,7 +58,25 @@ const std::map<std::string, const char*> kHelp = {
      "\n"
      "Names the archive format of each FILE, from its bytes, and the offset at\n"
      "which the archive starts.\n"},
-    {"tuck", "usage: cratewerk tuck SOURCE [ARCHIVE]\n\nCreates a tkt5 archive of SOURCE.\n"},
+    {"tuck",
+     "usage: cratewerk tuck [options] SOURCE... [-o ARCHIVE]\n"
+     "\n"
+     "Creates a tkt5 archive of the files and folders SOURCE, each at the top of\n"
+     "the archive. Without -o the archive is the first SOURCE with \".tkt\" added.\n"
+     "What exists is never replaced: a name that is taken gets a number\n"
+     "(\"name_1.tkt\"). The archive is written under a temporary name beside it\n"
+     "and renamed at the end, so a failed or cancelled run leaves nothing behind.\n"
+     "Prints the path of the archive.\n"
+     "\n"
+     "options:\n"
+     "  -o, --output ARCHIVE       the archive to create\n"
+     "  -p, --password TEXT        encipher every file; \"-p -\" asks without echo\n"
+     "  --method=arsenic|isp|stored    compression of every file (default arsenic);\n"
+     "                             files below 3 bytes are always stored, and with\n"
+     "                             isp a file with a resource fork takes arsenic\n"
+     "  -q, --quiet                no progress bar\n"
+     "\n"
+     "Ctrl-C cancels.\n"},
     {"zip", "usage: cratewerk zip SOURCE [ARCHIVE]\n\nCreates a Zip archive of SOURCE.\n"},
     {"call",
      "usage: cratewerk call FUNCTION ['P1|P2|P3']\n"
@@ -187,7 +206,17 @@ int main(int argc, char** argv) {
                 arguments.text = choose(value, {{"none", 0}, {"all", 1}, {"text", 2}}, "--text");
             } else if (command == "expand" && optionValue(argc, argv, i, arg, "--eol", value)) {
                 arguments.eol = choose(value, {{"lf", 1}, {"cr", 2}, {"crlf", 3}}, "--eol");
-            } else if ((command == "expand" || command == "call") && (arg == "-q" || arg == "--quiet")) {
+            } else if (command == "tuck" && (optionValue(argc, argv, i, arg, "--password", value) ||
+                                             optionValue(argc, argv, i, arg, "-p", value))) {
+                arguments.password = value;
+                arguments.havePassword = true;
+            } else if (command == "tuck" && (optionValue(argc, argv, i, arg, "--output", value) ||
+                                             optionValue(argc, argv, i, arg, "-o", value))) {
+                arguments.output = value;
+            } else if (command == "tuck" && optionValue(argc, argv, i, arg, "--method", value)) {
+                arguments.method = choose(value, {{"arsenic", 15}, {"isp", 13}, {"stored", 0}}, "--method");
+            } else if ((command == "expand" || command == "call" || command == "tuck") &&
+                       (arg == "-q" || arg == "--quiet")) {
                 arguments.quiet = true;
             } else if (command == "list" && arg == "--json") {
                 arguments.json = true;
@@ -219,7 +248,11 @@ int main(int argc, char** argv) {
         if (arguments.operands.empty()) return usageError("identify needs at least one file", command);
         return cli::identify(arguments);
     }
-    // tuck and zip: the engine has no writer yet.
+    if (command == "tuck") {
+        if (arguments.operands.empty()) return usageError("tuck needs at least one source", command);
+        return cli::tuck(arguments);
+    }
+    // zip: the engine has no Zip writer yet.
     if (arguments.operands.empty() || arguments.operands.size() > 2)
         return usageError(command + " needs a source and at most one archive", command);
     cli::complain("archive format is not supported");

@@ -173,6 +173,57 @@ public:
     virtual bool progressSizeMoveEvent(uint32_t done) = 0;
 };
 
+// The listeners of the writer alone.
+class ArchiveChangedNameListener : public Listener {
+public:
+    virtual void archiveChangedNameEvent(const std::string& path) = 0;
+};
+
+class ArchiveCreateBeginListener : public Listener {
+public:
+    virtual bool archiveCreateBeginEvent() = 0;
+};
+
+class ArchiveCreateEndListener : public Listener {
+public:
+    virtual void archiveCreateEndEvent() = 0;
+};
+
+class ArchiveSizeListener : public Listener {
+public:
+    virtual bool archiveSizeEvent(uint64_t size) = 0;
+};
+
+class FileEncodeBeginListener : public Listener {
+public:
+    virtual bool fileEncodeBeginEvent() = 0;
+};
+
+class FileEncodeEndListener : public Listener {
+public:
+    virtual void fileEncodeEndEvent() = 0;
+};
+
+class FileScanStepListener : public Listener {
+public:
+    virtual bool fileScanStepEvent() = 0;
+};
+
+class FolderEncodeBeginListener : public Listener {
+public:
+    virtual bool folderEncodeBeginEvent() = 0;
+};
+
+class FolderEncodeEndListener : public Listener {
+public:
+    virtual void folderEncodeEndEvent() = 0;
+};
+
+class FolderScanStepListener : public Listener {
+public:
+    virtual bool folderScanStepEvent() = 0;
+};
+
 class ArchiveDecodeBeginDispatcher : public Dispatcher<ArchiveDecodeBeginListener> {
 public:
     // A false answer throws exception::Evacuation.
@@ -344,6 +395,82 @@ public:
     // A false answer throws exception::Evacuation.
     void fireProgressSizeMove(uint32_t done) const {
         require([&](ProgressSizeMoveListener& l) { return l.progressSizeMoveEvent(done); });
+    }
+};
+
+class ArchiveChangedNameDispatcher : public Dispatcher<ArchiveChangedNameListener> {
+public:
+    void fireArchiveChangedName(const std::string& path) const {
+        tell([&](ArchiveChangedNameListener& l) { return l.archiveChangedNameEvent(path); });
+    }
+};
+
+class ArchiveCreateBeginDispatcher : public Dispatcher<ArchiveCreateBeginListener> {
+public:
+    // A false answer throws exception::Evacuation.
+    void fireArchiveCreateBegin() const {
+        require([&](ArchiveCreateBeginListener& l) { return l.archiveCreateBeginEvent(); });
+    }
+};
+
+class ArchiveCreateEndDispatcher : public Dispatcher<ArchiveCreateEndListener> {
+public:
+    void fireArchiveCreateEnd() const {
+        tell([&](ArchiveCreateEndListener& l) { return l.archiveCreateEndEvent(); });
+    }
+};
+
+class ArchiveSizeDispatcher : public Dispatcher<ArchiveSizeListener> {
+public:
+    // Answers false when a listener did; what that means is the caller's.
+    bool fireArchiveSize(uint64_t size) const {
+        return ask([&](ArchiveSizeListener& l) { return l.archiveSizeEvent(size); });
+    }
+};
+
+class FileEncodeBeginDispatcher : public Dispatcher<FileEncodeBeginListener> {
+public:
+    // A false answer throws exception::Evacuation: a writer never skips an item.
+    void fireFileEncodeBegin() const {
+        require([&](FileEncodeBeginListener& l) { return l.fileEncodeBeginEvent(); });
+    }
+};
+
+class FileEncodeEndDispatcher : public Dispatcher<FileEncodeEndListener> {
+public:
+    void fireFileEncodeEnd() const {
+        tell([&](FileEncodeEndListener& l) { return l.fileEncodeEndEvent(); });
+    }
+};
+
+class FileScanStepDispatcher : public Dispatcher<FileScanStepListener> {
+public:
+    // A false answer throws exception::Evacuation.
+    void fireFileScanStep() const {
+        require([&](FileScanStepListener& l) { return l.fileScanStepEvent(); });
+    }
+};
+
+class FolderEncodeBeginDispatcher : public Dispatcher<FolderEncodeBeginListener> {
+public:
+    // A false answer throws exception::Evacuation.
+    void fireFolderEncodeBegin() const {
+        require([&](FolderEncodeBeginListener& l) { return l.folderEncodeBeginEvent(); });
+    }
+};
+
+class FolderEncodeEndDispatcher : public Dispatcher<FolderEncodeEndListener> {
+public:
+    void fireFolderEncodeEnd() const {
+        tell([&](FolderEncodeEndListener& l) { return l.folderEncodeEndEvent(); });
+    }
+};
+
+class FolderScanStepDispatcher : public Dispatcher<FolderScanStepListener> {
+public:
+    // A false answer throws exception::Evacuation.
+    void fireFolderScanStep() const {
+        require([&](FolderScanStepListener& l) { return l.folderScanStepEvent(); });
     }
 };
 

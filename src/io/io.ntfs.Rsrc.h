@@ -43,6 +43,9 @@ public:
 
     // The file that holds the fork of `path` on POSIX: "._<name>" beside it.
     static std::string sidecar(const std::string& path);
+    // Whether `path` is the AppleDouble file of another file beside it, and so
+    // part of that file rather than an item of its own. Never on Windows.
+    static bool isSidecar(const std::string& path);
 
 private:
     // Where the fork starts in what the handle reaches, and where its length

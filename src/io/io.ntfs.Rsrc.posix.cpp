@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "io/io.Exception.h"
+#include "io/io.Path.h"
 #include "io/io.ntfs.Rsrc.h"
 #include "stream/stream.Array.h"
 
@@ -322,6 +323,19 @@ bool Rsrc::hasInfo(const std::string& path) {
     bool has = parse(fd, layout) && layout.find(finderInfoId) != nullptr;
     ::close(fd);
     return has;
+}
+
+} // namespace io::ntfs
+
+namespace io::ntfs {
+
+bool Rsrc::isSidecar(const std::string& path) {
+    const std::string::size_type cut = path.rfind(Path::separator);
+    const std::string::size_type start = cut == std::string::npos ? 0 : cut + 1;
+    if (path.compare(start, 2, "._") != 0 || path.size() <= start + 2) return false;
+    struct stat info;
+    const std::string owner = path.substr(0, start) + path.substr(start + 2);
+    return ::lstat(owner.c_str(), &info) == 0;
 }
 
 } // namespace io::ntfs

@@ -109,3 +109,9 @@ bool Rsrc::hasInfo(const std::string& path) {
 }
 
 } // namespace io::ntfs
+
+namespace io::ntfs {
+
+bool Rsrc::isSidecar(const std::string&) { return false; }
+
+} // namespace io::ntfs

@@ -5,42 +5,33 @@
 #include <string>
 
 #include "algorithm/algorithm.Password.h"
+#include "format/format.Number.h"
 #include "plugin/CRwrk_Win.h"
 #include "plugin/Crwk.UI.h"
 #include "plugin/FMUtils.h"
 #include "plugin/FSObject_Win.h"
 #include "plugin/TKTReader.h"
+#include "plugin/TKTWriter.h"
 
 namespace {
 
-constexpr uint32_t kMaxPath = 1023;
 constexpr uint32_t kMaxText = 255;
 
-// Suffix that an archive gets when only its source was named.
-const char* ArchiveSuffix(int32_t function) {
+// The format that each compression function writes.
+int FormatOf(int32_t function) {
     switch (function) {
-    case kCRwrkTuck: return ".tkt";
-    case kCRwrkZip: return ".zip";
-    case kCRwrkGZip: return ".gz";
-    case kCRwrkTar: return ".tar";
-    default: return "";
+    case kCRwrkTuck: return format::number::tkt5;
+    case kCRwrkZip: return format::number::zip;
+    case kCRwrkGZip: return format::number::gz;
+    case kCRwrkTar: return format::number::tar;
+    default: return format::number::unknown;
     }
-}
-
-// Names the archive, clears its place and writes it. No format has a writer
-// in this build, so every request that gets this far is refused by format.
-void CreateArchive(int32_t function, FSObject& source, FSObject& destination) {
-    if (source.pathLength == 0) return;
-    if (destination.pathLength == 0) {
-        std::string text = std::string(source.path) + ArchiveSuffix(function);
-        destination.SetObject(text.substr(0, FSObject::kBufferSize - 1).c_str());
-    }
-    destination.ObjectDelete();
-    throw tuckett5::exception::UnsupportedFormat("archive format is not supported");
 }
 
 } // namespace
 
+// Partly written output stays where it is after a failure or a Cancel, as
+// the engine leaves it; only the archive's old namesake is deleted first.
 void DoCompress(int32_t function, FMX_Handle parameterHandle, FMX_Handle resultHandle) {
     FSObject source;
     int32_t code = ResolvePathParameter(function, parameterHandle, 1, Crwk::UI::kChooseItem, kPurposeCompress, source);
@@ -50,14 +41,34 @@ void DoCompress(int32_t function, FMX_Handle parameterHandle, FMX_Handle resultH
                                     destination);
         if (code == 0) {
             try {
+                TKTWriter writer(true);
                 try {
-                    CreateArchive(function, source, destination);
-                    if (destination.pathLength != 0)
-                        SetHandleText(resultHandle, destination.path, destination.pathLength);
+                    writer.compression(tuckett5::Writer::defaultCompression);
+                    writer.SetSourceFSO(&source);
+                    writer.SetDestinationFSO(&destination);
+                    // Only the native format takes a password here.
+                    if (function == kCRwrkTuck) {
+                        char text[kMaxText + 1];
+                        std::memset(text, 0, sizeof text);
+                        uint32_t length = 0;
+                        GetParamByNumber(parameterHandle, 3, kMaxText, text, &length);
+                        if (text[0] != 0) {
+                            algorithm::Password password{std::string(text)};
+                            writer.password = password;
+                            password.erase();
+                        }
+                        std::memset(text, 0, sizeof text);
+                    }
+                    writer.archiveInfo.format = FormatOf(function);
+                    writer.swcreate();
+                    const std::string& path = writer.archiveInfo.path;
+                    if (!path.empty()) SetHandleText(resultHandle, path.data(), static_cast<uint32_t>(path.size()));
                 } catch (const tuckett5::exception::Evacuation& e) {
-                    SetErrorResult(resultHandle, 0, e.what());
+                    writer.progressSizeEndEvent();
+                    SetErrorResult(resultHandle, writer.canceled ? kUserCanceled : writer.error, e.what());
                 } catch (const un::exception& e) {
-                    SetErrorResult(resultHandle, 0, e.what());
+                    writer.progressSizeEndEvent();
+                    SetErrorResult(resultHandle, writer.error, e.what());
                 }
             } catch (...) {
                 code = kUnknownException;

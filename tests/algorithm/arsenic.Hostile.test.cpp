@@ -2,9 +2,11 @@
 // streams that must end in output or an exception, never a crash or a hang.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <functional>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "algorithm/algorithm.Exception.h"
@@ -195,6 +197,79 @@ TEST(ArsenicErrors, CompressorRefusesBadIndexes) {
             EXPECT_STREQ(e.what(), "invalid output symbol");
             EXPECT_EQ(e.kind(), "ArsenicCompressorMTFModel");
         }
+    }
+}
+
+// A plain walk through the inverse transform of an arbitrary last column,
+// then the run-length stage: what the decompressor must give for any block.
+Bytes plainExpansion(const Bytes& last, uint32_t primary, uint32_t* cycle) {
+    const uint32_t n = static_cast<uint32_t>(last.size());
+    uint32_t starts[256] = {};
+    for (char c : last) ++starts[static_cast<unsigned char>(c)];
+    for (uint32_t i = 0, sum = 0; i < 256; ++i) sum += std::exchange(starts[i], sum);
+    std::vector<uint32_t> next(n);
+    for (uint32_t i = 0; i < n; ++i) next[starts[static_cast<unsigned char>(last[i])]++] = i;
+    Bytes block(n);
+    uint32_t p = next[primary];
+    *cycle = 0;
+    for (uint32_t i = 0; i < n; ++i) {
+        block[i] = last[p];
+        p = next[p];
+        if (*cycle == 0 && p == next[primary]) *cycle = i + 1;
+    }
+    Bytes out;
+    int repeats = 0;
+    char previous = 0;
+    for (uint32_t i = 0; i < n; ++i) {
+        const char b = block[i];
+        out.push_back(b);
+        if (b == previous && ++repeats > 3) {
+            out.insert(out.end(), i + 1 < n ? static_cast<unsigned char>(block[++i]) : 0, b);
+            repeats = 0;
+        } else if (b != previous) {
+            repeats = 1;
+        }
+        previous = b;
+    }
+    return out;
+}
+
+// Last columns that no compressor makes, large enough for the interleaved
+// walk: their permutations fall into several cycles, and the expansion must
+// repeat the primary's cycle just as a plain walk does.
+TEST(ArsenicHostile, ArbitraryLastColumnsExpandAsAPlainWalk) {
+    std::mt19937 random(17);
+    for (unsigned alphabet : {2u, 3u, 256u}) {
+        Bytes last(100000 + alphabet);
+        for (char& c : last) c = static_cast<char>('a' + random() % alphabet);
+        const uint32_t primary = static_cast<uint32_t>(random() % last.size());
+        uint32_t cycle = 0;
+        const Bytes expected = plainExpansion(last, primary, &cycle);
+        EXPECT_LT(cycle, last.size()) << alphabet;
+
+        Crafter crafter;
+        crafter.header(0x41, 0x73, 17 - 9);
+        crafter.block(17, primary, [&](CompressorMTFModel& m) {
+            unsigned char list[256];
+            for (int i = 0; i < 256; ++i) list[i] = static_cast<unsigned char>(i);
+            int run = 0;
+            for (char ch : last) {
+                const auto c = static_cast<unsigned char>(ch);
+                int index = 0;
+                while (list[index] != c) ++index;
+                std::memmove(list + 1, list, static_cast<size_t>(index));
+                list[0] = c;
+                if (index == 0) {
+                    ++run;
+                    continue;
+                }
+                m.run(run);
+                run = 0;
+                m.put(index);
+            }
+            m.run(run);
+        });
+        EXPECT_EQ(expand(crafter.finish(crcOf(expected))), expected) << alphabet;
     }
 }
 

@@ -117,6 +117,41 @@ TEST(Inflate, LongRunsCrossTheWindowEnd) {
     EXPECT_EQ(inflate(deflateRaw(data, 1, Z_RLE)), data);
 }
 
+TEST(Inflate, ShortPeriodsAndFarHistoryCopyExactly) {
+    // Repeats of every period from 1 to 9, at every length, and matches that
+    // reach back across the window's end into the history of the stream
+    // before: its last 32768 bytes act as a preset dictionary for the next.
+    // The second stream starts as that history with short repeats laid over it.
+    std::mt19937 rng(21);
+    std::vector<char> first(65536);
+    for (char& c : first) c = static_cast<char>(rng());
+    std::vector<char> second(first.begin() + 32768, first.end());
+    auto repeat = [&](size_t at) {
+        const unsigned period = 1 + rng() % 9;
+        const size_t length = 3 + rng() % 300;
+        if (second.size() < at + period + length) second.resize(at + period + length);
+        for (unsigned i = 0; i < period; ++i) second[at + i] = static_cast<char>(rng());
+        for (size_t i = at + period; i < at + period + length; ++i) second[i] = second[i - period];
+        return period + length;
+    };
+    for (size_t at = 0; at + 400 < second.size(); at += 400 + rng() % 200) repeat(at);
+    while (second.size() < 200000) repeat(second.size());
+    z_stream z{};
+    ASSERT_EQ(deflateInit2(&z, 9, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY), Z_OK);
+    ASSERT_EQ(deflateSetDictionary(&z, reinterpret_cast<const Bytef*>(first.data()) + 32768, 32768), Z_OK);
+    std::vector<char> packed(deflateBound(&z, static_cast<uLong>(second.size())));
+    z.next_in = reinterpret_cast<Bytef*>(second.data());
+    z.avail_in = static_cast<uInt>(second.size());
+    z.next_out = reinterpret_cast<Bytef*>(packed.data());
+    z.avail_out = static_cast<uInt>(packed.size());
+    ASSERT_EQ(deflate(&z, Z_FINISH), Z_STREAM_END);
+    packed.resize(z.total_out);
+    deflateEnd(&z);
+
+    Decompressor d;
+    ASSERT_EQ(inflate(d, deflateRaw(first, 0)), first);
+    EXPECT_EQ(inflate(d, packed), second);
+}
 
 #endif
 
@@ -180,6 +215,35 @@ TEST(Inflate, DistanceBeforeTheFirstByteReadsTheWindow) {
     w.put(0, 1);     // distance 5
     w.code(0, 7);
     EXPECT_EQ(inflate(w.bytes()), (std::vector<char>{'x', 0, 0, 0}));
+}
+
+TEST(Inflate, MatchAtTheFullDistanceReadsTheWindowAsItWas) {
+    // A distance of 32768 reads the bytes that the window held before they
+    // are written: here the zeros of a fresh window, just past a run. Enough
+    // literals stand on either side for the decoder's fast loop to take it.
+    BitWriter w;
+    w.put(1, 1);
+    w.put(1, 2);
+    std::vector<char> expected;
+    for (int i = 0; i < 40; ++i) {
+        w.code(0x30 + 'a' + i % 26, 8);
+        expected.push_back(static_cast<char>('a' + i % 26));
+    }
+    w.code(0x30 + 'x', 8);
+    w.code(8, 7);   // length 10 (symbol 264)
+    w.code(0, 5);   // distance 1
+    w.code(13, 7);  // length 19 + 1 (symbol 269)
+    w.put(1, 2);
+    w.code(29, 5);  // distance 24577 + 8191
+    w.put(8191, 13);
+    expected.insert(expected.end(), 11, 'x');
+    expected.insert(expected.end(), 20, 0);
+    for (int i = 0; i < 40; ++i) {
+        w.code(0x30 + 'a' + i % 26, 8);
+        expected.push_back(static_cast<char>('a' + i % 26));
+    }
+    w.code(0, 7);
+    EXPECT_EQ(inflate(w.bytes()), expected);
 }
 
 struct Bad {

@@ -101,7 +101,7 @@ TEST(FinderInfo, ShortStreamGivesOnesNotErrors) {
 
 TEST(InfoRecords, ResetForgetsEveryOptionalField) {
     tuckett5::FileInfo file;
-    file.name = "a";
+    file.name.push_back('a');
     file.type(format::data::OSType("TEXT"));
     file.expandedSize(7);
     file.encrypted = true;

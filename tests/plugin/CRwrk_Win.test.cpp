@@ -168,8 +168,8 @@ TEST(Functions, ChosenPathsAreUsed) {
     EXPECT_EQ(plugin.asked().size(), 3u);
 }
 
-// No format has a writer yet, but the archive's place is cleared first, as
-// it will be when one has: the name is the source's with the format's suffix.
+// Formats without a writer refuse the request only after the archive's place
+// was cleared: the name is the source's with the format's suffix.
 TEST(Functions, CompressionClearsTheArchivesPlaceBeforeItIsRefused) {
     TempDir dir;
     writeFile(dir / "b.txt", "source");

@@ -40,11 +40,22 @@ TEST(CRC, CheckValues) {
 }
 
 TEST(CRC, ByteAndBlockFormsAgreeAndBeginReturnsToTheSeed) {
-    std::string data = test::pattern(1000);
-    algorithm::crc::EthernetCRC a(0x12345678u), b(0x12345678u);
+    // Block sizes around the steps of every block method (8, 16 and 64 bytes)
+    // and unaligned starts; the CRC-32 of another polynomial takes the table.
+    std::string data = test::pattern(70000);
+    for (uint32_t polynomial : {0xEDB88320u, 0x82F63B78u}) {
+        for (uint32_t size : {0u, 7u, 8u, 63u, 64u, 65u, 79u, 80u, 127u, 128u, 200u, 1000u, 4099u, 65536u}) {
+            for (uint32_t offset : {0u, 3u}) {
+                algorithm::crc::GenericCRC32 a(polynomial, 0x12345678u), b(polynomial, 0x12345678u);
+                a.update(data.data() + offset, size);
+                a.update(data.data() + offset + size, 100);
+                for (uint32_t i = 0; i < size + 100; ++i) b.update(data[offset + i]);
+                EXPECT_EQ(a.value(), b.value()) << std::hex << polynomial << std::dec << " " << size << "+" << offset;
+            }
+        }
+    }
+    algorithm::crc::EthernetCRC a(0x12345678u);
     a.update(data.data(), 1000);
-    for (char c : data) b.update(c);
-    EXPECT_EQ(a.value(), b.value());
     a.begin();
     EXPECT_EQ(0x12345678u, a.value());
 }

@@ -11,6 +11,15 @@ namespace algorithm::arsenic {
 
 namespace {
 
+// The interleaved walk of the inverse transform: blocks from this length up,
+// cut into one stretch per 4096 bytes up to this many, followed this many at
+// a time, written in chunks of this many bytes (a divisor of every such
+// block's capacity).
+constexpr uint32_t interleaveMinimum = 65536;
+constexpr uint32_t interleaveStretches = 256;
+constexpr unsigned interleaveWays = 16;
+constexpr uint32_t interleaveChunk = 1024;
+
 void checkEnd(const arith::DCC95Decoder& decoder) {
     if (decoder.exhausted()) throw Exception(endOfStream, Decompressor::source);
 }
@@ -114,12 +123,18 @@ uint32_t FastDecompressor::reverseBWT(uint32_t length, uint32_t primary) {
     for (int i = 1; i < 256; ++i) starts[i] = starts[i - 1] + counts[i - 1];
     // Each entry holds the next position above its own byte of mtfBlock, so
     // that following the chain reads one word per output byte.
-    for (uint32_t i = 0; i < length; ++i) t[i] = mtf[i];
-    for (uint32_t i = 0; i < length; ++i) t[starts[mtf[i]]++] |= i << 8;
+    for (uint32_t i = 0; i < length; ++i) {
+        const uint32_t slot = starts[mtf[i]]++;
+        t[slot] = i << 8 | mtf[slot];
+    }
 
     // The primary index is not checked against the length: a bad one reads a
     // stale entry, still inside the vector, and the check value catches it.
     uint32_t p = t[primary] >> 8;
+    if (length >= interleaveMinimum && primary < length) {
+        followChains(length, p);
+        return length;
+    }
     const uint32_t interval = static_cast<uint32_t>(achtungInterval);
     for (uint32_t i = 0; i < length;) {
         achtung.dispatch();
@@ -131,6 +146,123 @@ uint32_t FastDecompressor::reverseBWT(uint32_t length, uint32_t primary) {
         }
     }
     return length;
+}
+
+// The chain is one walk through a permutation of [0, length), and each read
+// waits for the one before it: a walk through a large block is bound by the
+// memory's latency. So the walk is cut at marked positions (the first, and
+// others spread over the block) into stretches, and several stretches are
+// followed at once, each read independent of the others'. A stretch runs from
+// its mark to the next mark on its way; its bytes go into chunks of mtfBlock,
+// which the entries of the vector have made free, and then, stretch after
+// stretch in the order of the walk, into block. If the walk returns to its
+// start before `length` bytes, as it does when the permutation has more than
+// one cycle, the bytes repeat, as a plain walk would repeat them.
+void FastDecompressor::followChains(uint32_t length, uint32_t first) {
+    const uint32_t* const t = transform.get();
+    unsigned char* const out = block.get();
+
+    struct Stretch {
+        uint32_t start;
+        uint32_t next = 0;
+        uint32_t size = 0;
+        std::vector<uint32_t> chunks;
+    };
+    std::vector<uint64_t> marked((length + 63) / 64, 0);
+    auto isMarked = [&](uint32_t x) { return ((marked[x >> 6] >> (x & 63)) & 1) != 0; };
+    std::vector<Stretch> stretches;
+    const uint32_t wanted = length / 4096 < interleaveStretches ? length / 4096 : interleaveStretches;
+    stretches.reserve(wanted);
+    auto mark = [&](uint32_t x) {
+        if (isMarked(x)) return;
+        marked[x >> 6] |= uint64_t(1) << (x & 63);
+        stretches.push_back(Stretch{x, 0, 0, {}});
+    };
+    mark(first);
+    for (uint32_t k = 1; k < wanted; ++k) mark(static_cast<uint32_t>(uint64_t(length) * k / wanted));
+
+    // Chunks below mainChunks lie in mtfBlock; the few that a stretch's last
+    // partial chunk costs lie in `spare`.
+    const uint32_t mainChunks = (uint32_t(1) << blockBits) / interleaveChunk;
+    std::vector<unsigned char> spare(size_t(stretches.size() + 1) * interleaveChunk);
+    uint32_t chunksUsed = 0;
+    auto chunkAt = [&](uint32_t c) {
+        return c < mainChunks ? mtfBlock.get() + size_t(c) * interleaveChunk
+                              : spare.data() + size_t(c - mainChunks) * interleaveChunk;
+    };
+
+    struct Walker {
+        uint32_t p;
+        uint32_t stretch;
+        unsigned char* to;
+        unsigned char* limit;
+    };
+    Walker walkers[interleaveWays];
+    uint32_t started = 0;
+    auto newChunk = [&](Walker& w) {
+        const uint32_t c = chunksUsed++;
+        stretches[w.stretch].chunks.push_back(c);
+        w.to = chunkAt(c);
+        w.limit = w.to + interleaveChunk;
+    };
+    auto startNext = [&](Walker& w) {
+        if (started == stretches.size()) return false;
+        w.stretch = started++;
+        w.p = stretches[w.stretch].start;
+        newChunk(w);
+        return true;
+    };
+    unsigned active = 0;
+    while (active < interleaveWays && startNext(walkers[active])) ++active;
+
+    const uint64_t interval = static_cast<uint64_t>(achtungInterval);
+    uint64_t steps = 0;
+    uint64_t nextCall = 0;
+    while (active > 0) {
+        if (steps >= nextCall) {
+            achtung.dispatch();
+            nextCall += interval;
+        }
+        steps += active;
+        for (unsigned k = 0; k < active;) {
+            Walker& w = walkers[k];
+            const uint32_t entry = t[w.p];
+            *w.to++ = static_cast<unsigned char>(entry);
+            w.p = entry >> 8;
+            if (isMarked(w.p)) {
+                Stretch& s = stretches[w.stretch];
+                s.next = w.p;
+                s.size = static_cast<uint32_t>((s.chunks.size() - 1) * interleaveChunk) +
+                         static_cast<uint32_t>(w.to - (w.limit - interleaveChunk));
+                if (!startNext(w)) {
+                    w = walkers[--active];
+                    continue;
+                }
+            } else if (w.to == w.limit) {
+                newChunk(w);
+            }
+            ++k;
+        }
+    }
+
+    // The stretches in the order of the walk, from the first mark.
+    uint32_t written = 0;
+    size_t s = 0;
+    do {
+        const Stretch& stretch = stretches[s];
+        uint32_t left = stretch.size;
+        for (uint32_t c : stretch.chunks) {
+            uint32_t n = left < interleaveChunk ? left : interleaveChunk;
+            if (n > length - written) n = length - written;
+            std::memcpy(out + written, chunkAt(c), n);
+            written += n;
+            left -= n;
+            if (written == length) break;
+        }
+        s = 0;
+        while (stretches[s].start != stretch.next) ++s;
+    } while (written < length && s != 0);
+    for (uint32_t i = written; i < length; ++i) out[i] = out[i - written];
 }
 
 void Decompressor::decode(uint32_t length, stream::Output& out) {

@@ -53,7 +53,8 @@ protected:
 
 // The decompressor that follows the inverse transform through a vector of
 // 2^blockBits words, each the next position with its byte in the low 8 bits:
-// four more bytes of memory per byte of block, one read per output byte.
+// four more bytes of memory per byte of block, one read per output byte. On
+// large blocks the reads of several stretches of the chain are interleaved.
 class FastDecompressor final : public Decompressor {
 public:
     void init(int blockBits) override;
@@ -62,6 +63,8 @@ protected:
     uint32_t reverseBWT(uint32_t length, uint32_t primary) override;
 
 private:
+    void followChains(uint32_t length, uint32_t first);
+
     LargeArray<uint32_t> transform;
 };
 

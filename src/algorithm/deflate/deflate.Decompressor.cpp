@@ -1,5 +1,7 @@
 #include "algorithm/deflate/deflate.Decompressor.h"
 
+#include <bit>
+#include <cstddef>
 #include <cstring>
 
 #include "algorithm/algorithm.Exception.h"
@@ -207,9 +209,70 @@ void Decompressor::inflateDynamic(Bits& bits, stream::Output& out) {
                  tables.distances.bits);
 }
 
+namespace {
+
+// Eight input bytes, the first in the low bits.
+uint64_t loadLittle64(const unsigned char* p) {
+    if constexpr (std::endian::native == std::endian::little) {
+        uint64_t v;
+        std::memcpy(&v, p, 8);
+        return v;
+    } else {
+        uint64_t v = 0;
+        for (int i = 7; i >= 0; --i) v = v << 8 | p[i];
+        return v;
+    }
+}
+
+// Eight bytes moved as one word, in the host's order.
+uint64_t load64(const unsigned char* p) {
+    uint64_t v;
+    std::memcpy(&v, p, 8);
+    return v;
+}
+void store64(unsigned char* p, uint64_t v) { std::memcpy(p, &v, 8); }
+
+// Copies a match of `length` bytes from `from` to `to`, forward, as if byte by
+// byte, when the 8 bytes past either end of the copy are inside the window.
+// It works in words and may write up to 7 bytes past the end; those bytes are
+// history that a later match can still reach, so they are put back.
+void copyMatch(unsigned char* to, const unsigned char* from, unsigned length) {
+    const uint64_t saved = load64(to + length);
+    unsigned char* const end = to + length;
+    if (from + 8 <= to || from >= to) {
+        // Each word is read before it is written, so a source ahead of the
+        // destination, however close, is copied as it was.
+        do {
+            store64(to, load64(from));
+            to += 8;
+            from += 8;
+        } while (to < end);
+    } else if (from + 1 == to) {
+        const uint64_t run = 0x0101010101010101ull * *from;
+        do {
+            store64(to, run);
+            to += 8;
+        } while (to < end);
+    } else {
+        // A pattern of 2 to 7 bytes: each word starts with one whole period
+        // and the next starts right after it.
+        const unsigned period = static_cast<unsigned>(to - from);
+        do {
+            store64(to, load64(from));
+            to += period;
+            from += period;
+        } while (to < end);
+    }
+    store64(end, saved);
+}
+
+} // namespace
+
 // The decoding loop. Literals go straight into the window; a match is copied
 // in stretches that end where either the source or the destination reaches
-// the end of the window, so that the byte loop needs no wrap test.
+// the end of the window, so that the byte loop needs no wrap test. Most of a
+// block is decoded by inflateFast; this loop takes the symbols near the end of
+// the window and of the read-ahead.
 void Decompressor::inflateCodes(Bits& bits, stream::Output& out, const huft* literalTable, const huft* distanceTable,
                                 int literalBits, int distanceBits) {
     const unsigned lb = static_cast<unsigned>(literalBits);
@@ -247,6 +310,16 @@ void Decompressor::inflateCodes(Bits& bits, stream::Output& out, const huft* lit
     };
 
     for (;;) {
+        if (windowSize - pos >= fastRoom && bits.aheadEnd() - bits.aheadBegin() >= static_cast<ptrdiff_t>(fastInput)) {
+            const unsigned done = 24 - avail;
+            bits.Bits::skip(done);
+            used += done;
+            const bool ended = inflateFast(bits, literalTable, distanceTable, lb, db, pos, used);
+            look = static_cast<uint32_t>(bits.Bits::peek(24));
+            avail = 24;
+            if (ended) break;
+            continue;
+        }
         if (avail < lb) next();
         const huft* t = literalTable + (look & ml);
         unsigned e = t->e;
@@ -333,6 +406,138 @@ void Decompressor::inflateCodes(Bits& bits, stream::Output& out, const huft* lit
     bits.Bits::skip(done);
     position_ = static_cast<uint16_t>(pos);
     consumed_ = used + done;
+}
+
+// The fast loop, over the bit input's read-ahead with a 64-bit bit buffer.
+// Each turn starts with at least 56 bits, enough for the longest length and
+// distance pair (48 bits), and its room tests are made once, at its top.
+// Literals are taken up to three in a row before the buffer is topped up
+// again. The loop never fills the window, so it never writes it out. It
+// answers true at the end of the block and gives every bit it did not use
+// back to the bit input.
+bool Decompressor::inflateFast(Bits& bits, const huft* literalTable, const huft* distanceTable, unsigned literalBits,
+                               unsigned distanceBits, unsigned& position, uint64_t& used) {
+    const unsigned char* in = bits.aheadBegin();
+    const unsigned char* const inStart = in;
+    const unsigned char* const inLimit = bits.aheadEnd() - fastInput;
+    const unsigned startCount = bits.heldCount();
+    uint64_t buf = bits.heldValue();
+    unsigned left = startCount;
+    unsigned char* const window = window_;
+    unsigned pos = position;
+    const uint64_t ml = (uint64_t(1) << literalBits) - 1;
+    const uint64_t md = (uint64_t(1) << distanceBits) - 1;
+    bool ended = false;
+
+    // Bits above `left` are zero or the bits of the next byte in, so a word
+    // ored in over them agrees with them. Whole bytes are taken until 56 to
+    // 63 bits are held.
+    auto refill = [&] {
+        buf |= loadLittle64(in) << left;
+        in += (63 - left) >> 3;
+        left |= 56;
+    };
+    auto drop = [&](unsigned n) {
+        buf >>= n;
+        left -= n;
+    };
+    auto low = [&](unsigned n) { return static_cast<unsigned>(buf & ((uint64_t(1) << n) - 1)); };
+    auto badCode = [&] {
+        position = pos;
+        position_ = static_cast<uint16_t>(pos);
+        fail("bad code in Decompressor");
+    };
+
+    while (in <= inLimit && pos <= windowSize - fastRoom) {
+        refill();
+        const huft* t = literalTable + (buf & ml);
+        unsigned e = t->e;
+        if (e == 16) {
+            // A literal from the first level takes at most 9 bits, so three
+            // in a row fit in what one refill gives.
+            drop(t->b);
+            window[pos++] = static_cast<unsigned char>(t->v.n);
+            t = literalTable + (buf & ml);
+            e = t->e;
+            if (e == 16) {
+                drop(t->b);
+                window[pos++] = static_cast<unsigned char>(t->v.n);
+                t = literalTable + (buf & ml);
+                e = t->e;
+                if (e == 16) {
+                    drop(t->b);
+                    window[pos++] = static_cast<unsigned char>(t->v.n);
+                    continue;
+                }
+            }
+            refill();
+        }
+        while (e > 16) {
+            if (e == 99) badCode();
+            drop(t->b);
+            e -= 16;
+            t = t->v.t + low(e);
+            e = t->e;
+        }
+        drop(t->b);
+        if (e == 16) {
+            window[pos++] = static_cast<unsigned char>(t->v.n);
+            continue;
+        }
+        if (e == 15) {
+            ended = true;
+            break;
+        }
+        const unsigned length = t->v.n + low(e);
+        drop(e);
+
+        if (distanceTable == nullptr) badCode();
+        t = distanceTable + (buf & md);
+        e = t->e;
+        while (e > 16) {
+            if (e == 99) badCode();
+            drop(t->b);
+            e -= 16;
+            t = t->v.t + low(e);
+            e = t->e;
+        }
+        drop(t->b);
+        const unsigned distance = t->v.n + low(e);
+        drop(e);
+
+        unsigned char* const to = window + pos;
+        if (distance <= pos) {
+            copyMatch(to, to - distance, length);
+        } else {
+            // The source lies in the history at the far end of the window.
+            const unsigned source = pos + windowSize - distance;
+            if (source + length + 8 <= windowSize) {
+                copyMatch(to, window + source, length);
+            } else {
+                const unsigned first = windowSize - source;
+                if (first >= length) {
+                    std::memmove(to, window + source, length);
+                } else {
+                    std::memmove(to, window + source, first);
+                    // The rest starts at the window's first byte, behind
+                    // the destination by the distance.
+                    for (unsigned i = first; i < length; ++i) to[i] = window[i - first];
+                }
+            }
+        }
+        pos += length;
+    }
+
+    // Whole bytes not used go back to the read-ahead; the bits held at the
+    // start came from before it, and stay bits.
+    unsigned back = left >> 3;
+    if (back > static_cast<unsigned>(in - inStart)) back = static_cast<unsigned>(in - inStart);
+    in -= back;
+    left -= 8 * back;
+    used += 8ull * static_cast<uint64_t>(in - inStart) + startCount - left;
+    bits.resume(in, static_cast<uint32_t>(buf & ((uint64_t(1) << left) - 1)), left);
+    position = pos;
+    return ended;
 }
 
 } // namespace algorithm::deflate

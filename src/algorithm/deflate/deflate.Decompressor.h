@@ -51,6 +51,14 @@ protected:
     void inflate_free();
 
 private:
+    // The fast loop runs while the read-ahead holds at least fastInput bytes
+    // and the window has fastRoom bytes left: two literals, a longest match,
+    // and the 8 bytes that a word copy may write past its end.
+    static constexpr unsigned fastInput = 16;
+    static constexpr unsigned fastRoom = 2 + 258 + 8;
+
+    bool inflateFast(Bits& bits, const zip::huft* literalTable, const zip::huft* distanceTable, unsigned literalBits,
+                     unsigned distanceBits, unsigned& position, uint64_t& used);
     uint32_t take(Bits& bits, unsigned n);
     void checkInput(const Bits& bits) const;
 

@@ -1,0 +1,171 @@
+// `cratewerk tuck` as a script sees it: archives that `cratewerk expand`
+// gives back exactly, names that never replace what exists, and runs that
+// fail or are cancelled leaving nothing behind.
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <random>
+#include <string>
+
+#include "io/io.ntfs.Rsrc.h"
+#include "plugin/plugin.Support.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using plugintest::readFile;
+using plugintest::TempDir;
+using plugintest::writeFile;
+using Tree = std::map<std::string, std::string>;
+
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+std::string quote(const std::string& s) {
+    std::string q = "'";
+    for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+}
+
+Outcome run(const std::string& arguments, const std::string& environment = "") {
+    TempDir dir;
+    std::string command = environment + " " + quote(CRATEWERK_PROGRAM) + " " + arguments + " </dev/null >" +
+                          quote(dir / "out") + " 2>" + quote(dir / "err");
+    int raw = std::system(command.c_str());
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(dir / "out"), readFile(dir / "err")};
+}
+
+Tree treeOf(const std::string& root) {
+    Tree tree;
+    for (const auto& entry : fs::recursive_directory_iterator(root))
+        tree[fs::relative(entry.path(), root).string()] = entry.is_directory() ? "/" : readFile(entry.path().string());
+    return tree;
+}
+
+std::string noise(size_t n, uint32_t seed) {
+    std::mt19937 random(seed);
+    std::string s(n, '\0');
+    for (char& c : s) c = static_cast<char>(random() % 7 + 'a');
+    return s;
+}
+
+class Tuck : public ::testing::Test {
+protected:
+    void SetUp() override {
+        fs::create_directories(dir / "src/sub/empty");
+        writeFile(dir / "src/a.txt", "alpha\n");
+        writeFile(dir / "src/sub/b", noise(300000, 1));
+        writeFile(dir / "loose", "at the top");
+    }
+    TempDir dir;
+};
+
+TEST_F(Tuck, SourcesGoInAtTheTopAndExpandExactly) {
+    for (const char* method : {"", "--method=stored", "--method isp", "--method arsenic"}) {
+        fs::remove_all(dir / "out");
+        fs::remove(dir / "both.tkt");
+        Outcome made = run(std::string("tuck -q ") + method + " " + quote(dir / "src") + " " + quote(dir / "loose") +
+                           " -o " + quote(dir / "both.tkt"));
+        ASSERT_EQ(made.status, 0) << method << made.err;
+        EXPECT_EQ(made.out, dir / "both.tkt" + "\n");
+        Outcome back = run("expand -q " + quote(dir / "both.tkt") + " " + quote(dir / "out"));
+        ASSERT_EQ(back.status, 0) << back.err;
+        Tree expected = treeOf(dir / "src");
+        Tree got = treeOf(dir / "out");
+        EXPECT_EQ(got["loose"], "at the top");
+        for (const auto& [path, content] : expected) EXPECT_EQ(got["src/" + path], content) << method << path;
+        EXPECT_EQ(got.size(), expected.size() + 2);
+    }
+}
+
+TEST_F(Tuck, WhatExistsIsNeverReplaced) {
+    writeFile(dir / "src.tkt", "someone else's");
+    Outcome made = run("tuck -q " + quote(dir / "src"));
+    EXPECT_EQ(made.status, 0) << made.err;
+    EXPECT_EQ(made.out, dir / "src_1.tkt" + "\n");
+    EXPECT_EQ(readFile(dir / "src.tkt"), "someone else's");
+    // An archive named inside its own source is not stored in itself.
+    Outcome inside = run("tuck -q " + quote(dir / "src") + " -o " + quote(dir / "src/self.tkt"));
+    EXPECT_EQ(inside.status, 0) << inside.err;
+    Outcome listed = run("list " + quote(dir / "src/self.tkt"));
+    EXPECT_EQ(listed.status, 0);
+    EXPECT_NE(listed.out.find("  src/a.txt\n"), std::string::npos) << listed.out;
+    EXPECT_EQ(listed.out.find("  src/self.tkt\n"), std::string::npos) << listed.out;
+}
+
+TEST_F(Tuck, PasswordsAndForks) {
+    const std::string path = dir / "src/Doc";
+    writeFile(path, "data fork");
+    io::ntfs::Rsrc fork(path);
+    fork.create();
+    fork.write("resource fork", 13);
+    fork.close();
+    format::data::FileInfo info;
+    info.type(format::data::OSType("TEXT"));
+    fork.fileInfo(info);
+
+    // ISP would lose the fork, so that file takes Arsenic, and says so. A
+    // password leaves the fork's record without a key: the fork is stored, but
+    // cannot be expanded again, and the tool says that too.
+    Outcome made = run("tuck -q --method=isp -p secret " + quote(dir / "src") + " -o " + quote(dir / "x.tkt"));
+    ASSERT_EQ(made.status, 0) << made.err;
+    EXPECT_EQ(made.err, "cratewerk: warning: " + path + " has a resource fork; it is stored with Arsenic\n" +
+                            "cratewerk: warning: " + path +
+                            " has a resource fork; under a password it cannot be expanded again\n");
+    EXPECT_EQ(run("expand -q -p wrong " + quote(dir / "x.tkt") + " " + quote(dir / "bad")).err,
+              "cratewerk: password mismatch in tkt5 reader\n");
+    EXPECT_EQ(run("expand -q -p secret " + quote(dir / "x.tkt") + " " + quote(dir / "bad")).status, 1);
+
+    ASSERT_EQ(run("tuck -q --method=isp " + quote(dir / "src") + " -o " + quote(dir / "y.tkt")).status, 0);
+    Outcome back = run("expand -q --macbinary=never " + quote(dir / "y.tkt") + " " + quote(dir / "out"));
+    ASSERT_EQ(back.status, 0) << back.err;
+    io::ntfs::Rsrc copy(dir / "out/src/Doc");
+    copy.open();
+    std::string text(copy.size(), '\0');
+    copy.read(text.data(), uint32_t(text.size()));
+    copy.close();
+    EXPECT_EQ(text, "resource fork");
+    EXPECT_EQ(copy.fileInfo().type().stringValue(), "TEXT");
+    EXPECT_EQ(readFile(dir / "out/src/Doc"), "data fork");
+    EXPECT_FALSE(fs::exists(dir / "out/src/._Doc._Doc"));
+}
+
+TEST_F(Tuck, FailedAndCancelledRunsLeaveNothing) {
+    struct Case {
+        std::string arguments, environment;
+        int status;
+        std::string err;
+    } cases[] = {
+        {"tuck", "", 2, "tuck needs at least one source"},
+        {"tuck --method=zstd " + quote(dir / "src"), "", 2, "unknown value 'zstd' for --method"},
+        {"tuck " + quote(dir / "missing"), "", 1, "cratewerk: cannot read " + dir / "missing" + "\n"},
+        {"tuck -p - " + quote(dir / "src"), "", 1, "cratewerk: no password given\n"},
+        {"tuck " + quote(dir / "src"), "CRATEWERK_UI_SCRIPT=" + quote(dir / "script"), 130, "cratewerk: cancelled\n"},
+        {"tuck -q " + quote(dir / "src"), "", 1,
+         "cratewerk: io::File::open() cannot open " + dir / "src/sub/dangling" + "\n"},
+    };
+    writeFile(dir / "script", "cancel-at 100000\n");
+    for (const Case& c : cases) {
+        if (c.status == 1 && c.err.find("dangling") != std::string::npos)
+            fs::create_symlink(dir / "nowhere", dir / "src/sub/dangling");
+        Outcome r = run(c.arguments, c.environment);
+        EXPECT_EQ(r.status, c.status) << c.arguments;
+        if (c.status == 2)
+            EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
+        else
+            EXPECT_EQ(r.err, c.err);
+        std::vector<std::string> left;
+        for (const auto& entry : fs::directory_iterator(dir.str())) left.push_back(entry.path().filename().string());
+        std::sort(left.begin(), left.end());
+        EXPECT_EQ(left, (std::vector<std::string>{"loose", "script", "src"})) << c.arguments;
+    }
+}
+
+}  // namespace

@@ -39,6 +39,22 @@ windows-tests: setup
 	@$(call windows_configure,x86_64) >/dev/null
 	@cmake --build build/windows-x86_64 -j $(JOBS) --target cratewerk_tests
 
+# The unit and plug-in tests built with g++ -m32 and run: what a 64-bit build
+# hides (32-bit long, sizes and pointers in the call block, overflows).
+.PHONY: test-32
+test-32: setup
+	@cmake -S . -B build/linux-i686 $(GENERATOR) -DCMAKE_BUILD_TYPE=Release -DCRATEWERK_BENCH=OFF \
+		-DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/cmake/toolchain-linux-i686.cmake >/dev/null
+	@cmake --build build/linux-i686 -j $(JOBS) --target cratewerk_tests
+	@cd build/linux-i686 && ctest -L unit --output-on-failure -j $(JOBS)
+
+# The plug-in for FileMaker Pro alone, checked to import nothing but system DLLs.
+.PHONY: fmx
+fmx: setup
+	@$(call windows_configure,i686) >/dev/null
+	@cmake --build build/windows-i686 -j $(JOBS) --target cratewerk_plugin_module
+	@bash tools/check-imports.sh build/windows-i686/Cratewerk.fmx
+
 # The command-line tool and the host emulator on the bundled samples.
 demo: release
 	@bash tools/demo.sh build/release

@@ -9,9 +9,29 @@ packages=(
   zlib1g-dev libbz2-dev libdeflate-dev
   # Windows builds, run under Wine
   mingw-w64 libz-mingw-w64-dev wine wine64 xvfb xauth imagemagick
+  # libarchive; the 32-bit build (make test-32); apt-get source for third_party/build.sh
+  libarchive-dev g++-multilib lib32z1-dev dpkg-dev
   # peers for interop tests
   zip unzip p7zip-full ncompress sharutils bzip2 gzip tar arj jlha-utils arc python3
 )
+
+# Debian's source packages, from which third_party/build.sh builds the libraries
+# of the Windows and 32-bit builds: deb-src entries for the system's own
+# deb entries, added once.
+update_sources=""
+if ! apt-get indextargets --format '$(IDENTIFIER)' 2>/dev/null | grep -qx Sources; then
+  echo "setup: adding Debian's source packages to apt" >&2
+  as_root=""
+  [ "$(id -u)" -ne 0 ] && as_root="sudo"
+  if [ -f /etc/apt/sources.list.d/debian.sources ]; then
+    sed 's/^Types: deb$/Types: deb-src/' /etc/apt/sources.list.d/debian.sources |
+      $as_root tee /etc/apt/sources.list.d/cratewerk-src.sources >/dev/null
+  else
+    grep -h '^deb ' /etc/apt/sources.list | sed 's/^deb /deb-src /' |
+      $as_root tee /etc/apt/sources.list.d/cratewerk-src.list >/dev/null
+  fi
+  update_sources=1
+fi
 
 missing=()
 for p in "${packages[@]}"; do
@@ -20,13 +40,13 @@ for p in "${packages[@]}"; do
   fi
 done
 
-if [ ${#missing[@]} -gt 0 ]; then
-  echo "setup: installing ${missing[*]}" >&2
+if [ ${#missing[@]} -gt 0 ] || [ -n "$update_sources" ]; then
+  echo "setup: installing ${missing[*]:-nothing new}" >&2
   sudo_cmd=""
   [ "$(id -u)" -ne 0 ] && sudo_cmd="sudo"
   export DEBIAN_FRONTEND=noninteractive
   $sudo_cmd apt-get update -qq
-  $sudo_cmd apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+  [ ${#missing[@]} -eq 0 ] || $sudo_cmd apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 fi
 
 # A Wine prefix, prepared once and quietly, for the x86_64 Windows tests.

@@ -29,6 +29,7 @@
 #include "stream/stream.Array.h"
 #include "stream/stream.Transform.h"
 #include "stream/stream.Vector.h"
+#include "support/files.h"
 #include "un/un.exception.h"
 
 namespace fs = std::filesystem;
@@ -132,12 +133,7 @@ public:
                         std::to_string(counter++));
         fs::create_directories(root_ / "out");
     }
-    ~Scratch() {
-        std::error_code ignored;
-        for (auto& entry : fs::recursive_directory_iterator(root_, ignored))
-            fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add, ignored);
-        fs::remove_all(root_, ignored);
-    }
+    ~Scratch() { test::removeTree(root_.string()); }
     Scratch(const Scratch&) = delete;
     Scratch& operator=(const Scratch&) = delete;
 

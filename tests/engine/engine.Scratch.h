@@ -5,6 +5,8 @@
 #include <random>
 #include <string>
 
+#include "support/files.h"
+
 namespace enginetest {
 
 // A fresh folder under the temporary folder, removed with everything in it.
@@ -16,10 +18,7 @@ public:
         std::filesystem::create_directories(path_);
         path_ = std::filesystem::canonical(path_);
     }
-    ~Scratch() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
+    ~Scratch() { test::removeTree(path_.string()); }
     Scratch(const Scratch&) = delete;
     Scratch& operator=(const Scratch&) = delete;
 

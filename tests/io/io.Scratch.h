@@ -8,6 +8,7 @@
 
 #include "io/io.Exception.h"
 #include "io/io.Path.h"
+#include "support/files.h"
 
 namespace iotest {
 
@@ -22,11 +23,7 @@ public:
             if (std::filesystem::create_directory(root_)) break;
         }
     }
-    ~Scratch() {
-        std::error_code ignored;
-        std::filesystem::permissions(root_, std::filesystem::perms::owner_all, ignored);
-        std::filesystem::remove_all(root_, ignored);
-    }
+    ~Scratch() { test::removeTree(root_.string()); }
     Scratch(const Scratch&) = delete;
     Scratch& operator=(const Scratch&) = delete;
 

@@ -11,6 +11,8 @@ packages=(
   mingw-w64 libz-mingw-w64-dev wine wine64 xvfb xauth imagemagick
   # peers for interop tests
   zip unzip p7zip-full ncompress sharutils bzip2 gzip tar arj jlha-utils arc python3
+  # fuzzing (make fuzz): clang and its libFuzzer runtime
+  clang libclang-rt-14-dev
 )
 
 missing=()

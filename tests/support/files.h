@@ -12,7 +12,7 @@
 #include <string>
 
 #ifdef _WIN32
-#include <windows.h>
+#include "io/io.LongPath.h"
 #else
 #include <filesystem>
 #endif
@@ -22,22 +22,22 @@ namespace test {
 inline void removeTree(const std::string& path) {
 #ifdef _WIN32
     WIN32_FIND_DATAA found;
-    HANDLE find = FindFirstFileA((path + "\\*").c_str(), &found);
+    HANDLE find = io::longpath::findFirst(path + "\\*", found);
     if (find != INVALID_HANDLE_VALUE) {
         do {
             const std::string name = found.cFileName;
             if (name == "." || name == "..") continue;
             const std::string child = path + "\\" + name;
-            SetFileAttributesA(child.c_str(), FILE_ATTRIBUTE_NORMAL);
+            io::longpath::setAttributes(child, FILE_ATTRIBUTE_NORMAL);
             if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
                 removeTree(child);
             else
-                DeleteFileA(child.c_str());
+                io::longpath::deleteFile(child);
         } while (FindNextFileA(find, &found));
         FindClose(find);
     }
-    SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
-    RemoveDirectoryA(path.c_str());
+    io::longpath::setAttributes(path, FILE_ATTRIBUTE_NORMAL);
+    io::longpath::removeDirectory(path);
 #else
     namespace fs = std::filesystem;
     std::error_code ignored;

@@ -71,7 +71,7 @@ std::string record(uint8_t selector, const std::string& bytes, size_t at, size_t
     return std::string(1, char(selector)) + bytes.substr(at, length);
 }
 
-} // namespace
+}  // namespace
 
 int main(int argc, char** argv) {
     if (argc != 3) {

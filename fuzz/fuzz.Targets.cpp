@@ -129,8 +129,7 @@ public:
     Scratch() {
         static std::atomic<uint32_t> counter{0};
         fs::path base = fs::exists("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path();
-        root_ = base / ("cratewerk-fuzz-" + std::to_string(std::random_device()()) + "-" +
-                        std::to_string(counter++));
+        root_ = base / ("cratewerk-fuzz-" + std::to_string(std::random_device()()) + "-" + std::to_string(counter++));
         fs::create_directories(root_ / "out");
     }
     ~Scratch() { test::removeTree(root_.string()); }
@@ -138,8 +137,8 @@ public:
     Scratch& operator=(const Scratch&) = delete;
 
     std::string archive(const uint8_t* data, size_t size) const {
-        std::ofstream(root_ / "archive", std::ios::binary).write(reinterpret_cast<const char*>(data),
-                                                               std::streamsize(size));
+        std::ofstream(root_ / "archive", std::ios::binary)
+            .write(reinterpret_cast<const char*>(data), std::streamsize(size));
         return (root_ / "archive").string();
     }
     std::string out() const { return (root_ / "out").string(); }
@@ -277,28 +276,47 @@ int tkt5records(const uint8_t* data, size_t size) {
     if (size < 1) return 0;
     const bool strict = data[0] & 0x80;
     switch (data[0] & 0x7F) {
-    case 0: readRecord<format::tkt5::ArchiveHeader>(data + 1, size - 1, strict); break;
-    case 1: readRecord<format::tkt5::ItemHeader>(data + 1, size - 1, strict); break;
-    case 2: {
-        format::tkt5::MacHeader header;
-        header.makeFile();
-        record(header, 0, data + 1, size - 1, strict);
-        break;
-    }
-    case 3: {
-        format::tkt5::MacHeader header;
-        header.makeFolder();
-        record(header, 0, data + 1, size - 1, strict);
-        break;
-    }
-    case 4: readRecord<format::tkt5::DOSHeader>(data + 1, size - 1, strict); break;
-    case 5: readRecord<format::tkt5::UnixHeader>(data + 1, size - 1, strict); break;
-    case 6: readRecord<format::tkt5::WindowsHeader>(data + 1, size - 1, strict); break;
-    case 7: readRecord<format::tkt5::ForkInfo>(data + 1, size - 1, strict); break;
-    case 8: readRecord<format::tkt5::FolderInfo>(data + 1, size - 1, strict); break;
-    case 9: readRecord<format::tkt5::DeluxeInfo>(data + 1, size - 1, strict); break;
-    case 10: readRecord<format::tkt5::OpenFolderInfo>(data + 1, size - 1, strict); break;
-    default: break;
+        case 0:
+            readRecord<format::tkt5::ArchiveHeader>(data + 1, size - 1, strict);
+            break;
+        case 1:
+            readRecord<format::tkt5::ItemHeader>(data + 1, size - 1, strict);
+            break;
+        case 2: {
+            format::tkt5::MacHeader header;
+            header.makeFile();
+            record(header, 0, data + 1, size - 1, strict);
+            break;
+        }
+        case 3: {
+            format::tkt5::MacHeader header;
+            header.makeFolder();
+            record(header, 0, data + 1, size - 1, strict);
+            break;
+        }
+        case 4:
+            readRecord<format::tkt5::DOSHeader>(data + 1, size - 1, strict);
+            break;
+        case 5:
+            readRecord<format::tkt5::UnixHeader>(data + 1, size - 1, strict);
+            break;
+        case 6:
+            readRecord<format::tkt5::WindowsHeader>(data + 1, size - 1, strict);
+            break;
+        case 7:
+            readRecord<format::tkt5::ForkInfo>(data + 1, size - 1, strict);
+            break;
+        case 8:
+            readRecord<format::tkt5::FolderInfo>(data + 1, size - 1, strict);
+            break;
+        case 9:
+            readRecord<format::tkt5::DeluxeInfo>(data + 1, size - 1, strict);
+            break;
+        case 10:
+            readRecord<format::tkt5::OpenFolderInfo>(data + 1, size - 1, strict);
+            break;
+        default:
+            break;
     }
     return 0;
 }
@@ -307,17 +325,26 @@ int ziprecords(const uint8_t* data, size_t size) {
     if (size < 1) return 0;
     const bool strict = data[0] & 0x80;
     switch (data[0] & 0x7F) {
-    case 0: readRecord<format::zip::LocalHeader>(data + 1, size - 1, strict); break;
-    case 1: readRecord<format::zip::CentralHeader>(data + 1, size - 1, strict); break;
-    case 2: readRecord<format::zip::EndHeader>(data + 1, size - 1, strict); break;
-    case 3: readRecord<format::zip::ExtendedHeader>(data + 1, size - 1, strict); break;
-    case 4: {
-        algorithm::zipcrypt::Cipher cipher(std::string("pw"));
-        format::zip::EncryptionHeader header(cipher);
-        record(header, 0, data + 1, size - 1, strict);
-        break;
-    }
-    default: break;
+        case 0:
+            readRecord<format::zip::LocalHeader>(data + 1, size - 1, strict);
+            break;
+        case 1:
+            readRecord<format::zip::CentralHeader>(data + 1, size - 1, strict);
+            break;
+        case 2:
+            readRecord<format::zip::EndHeader>(data + 1, size - 1, strict);
+            break;
+        case 3:
+            readRecord<format::zip::ExtendedHeader>(data + 1, size - 1, strict);
+            break;
+        case 4: {
+            algorithm::zipcrypt::Cipher cipher(std::string("pw"));
+            format::zip::EncryptionHeader header(cipher);
+            record(header, 0, data + 1, size - 1, strict);
+            break;
+        }
+        default:
+            break;
     }
     return 0;
 }
@@ -340,13 +367,21 @@ int classify(const uint8_t* data, size_t size) {
     return 0;
 }
 
-} // namespace
+}  // namespace
 
 const std::vector<Entry>& targets() {
     static const std::vector<Entry> all = {
-        {"inflate", inflate}, {"isp", isp},         {"arsenic", arsenic},         {"shrink", shrink},
-        {"reduce", reduce},   {"implode", implode}, {"tkt5", tkt5},               {"zip", zip},
-        {"tkt5records", tkt5records}, {"ziprecords", ziprecords}, {"classify", classify},
+        {"inflate", inflate},
+        {"isp", isp},
+        {"arsenic", arsenic},
+        {"shrink", shrink},
+        {"reduce", reduce},
+        {"implode", implode},
+        {"tkt5", tkt5},
+        {"zip", zip},
+        {"tkt5records", tkt5records},
+        {"ziprecords", ziprecords},
+        {"classify", classify},
     };
     return all;
 }
@@ -357,4 +392,4 @@ Target find(const std::string& name) {
     return nullptr;
 }
 
-} // namespace fuzz
+}  // namespace fuzz

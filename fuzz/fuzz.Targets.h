@@ -40,4 +40,4 @@ struct Entry {
 const std::vector<Entry>& targets();
 Target find(const std::string& name);
 
-} // namespace fuzz
+}  // namespace fuzz

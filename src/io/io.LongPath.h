@@ -31,6 +31,6 @@ BOOL deleteFile(const std::string& path);
 // page; FindNextFileA goes on from the handle.
 HANDLE findFirst(const std::string& pattern, WIN32_FIND_DATAA& data);
 
-} // namespace io::longpath
+}  // namespace io::longpath
 
 #endif

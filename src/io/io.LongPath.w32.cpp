@@ -65,4 +65,4 @@ HANDLE findFirst(const std::string& pattern, WIN32_FIND_DATAA& data) {
     return search;
 }
 
-} // namespace io::longpath
+}  // namespace io::longpath

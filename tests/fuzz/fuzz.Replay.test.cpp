@@ -34,7 +34,6 @@ std::vector<std::string> names() {
     return all;
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Replay, ::testing::ValuesIn(names()),
-                         [](const auto& info) { return info.param; });
+INSTANTIATE_TEST_SUITE_P(All, Replay, ::testing::ValuesIn(names()), [](const auto& info) { return info.param; });
 
-} // namespace
+}  // namespace

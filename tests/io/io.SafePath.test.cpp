@@ -72,27 +72,40 @@ std::string deepName(char separator) {
 INSTANTIATE_TEST_SUITE_P(
     Hostile, SafePathTest,
     ::testing::Values(HostileName{"../../x", "x"}, HostileName{"/etc/x", "etc/x"}, HostileName{"C:\\x", "x"},
-                      HostileName{"a/../../x", "a/x"}, HostileName{"..\\..\\x", "x"},
-                      HostileName{"./.././x", "x"}, HostileName{"...", ""}, HostileName{"..", ""},
-                      HostileName{"a/..../b", "a/b"}, HostileName{"dir/", "dir"}, HostileName{"dir\\", "dir"},
-                      HostileName{"", ""}, HostileName{"//server/share/x", "server/share/x"},
-                      HostileName{"/C:/x", "x"}, HostileName{"a/.\x01./x", "a/x"},
-                      HostileName{"a//b\\\\c", "a/b/c"}, HostileName{"q?u*o\"te", "quote"},
-                      HostileName{"l<e>f|t", "left"}, HostileName{"c\x01o\x1Fn\ttrol", "control"},
+                      HostileName{"a/../../x", "a/x"}, HostileName{"..\\..\\x", "x"}, HostileName{"./.././x", "x"},
+                      HostileName{"...", ""}, HostileName{"..", ""}, HostileName{"a/..../b", "a/b"},
+                      HostileName{"dir/", "dir"}, HostileName{"dir\\", "dir"}, HostileName{"", ""},
+                      HostileName{"//server/share/x", "server/share/x"}, HostileName{"/C:/x", "x"},
+                      HostileName{"a/.\x01./x", "a/x"}, HostileName{"a//b\\\\c", "a/b/c"},
+                      HostileName{"q?u*o\"te", "quote"}, HostileName{"l<e>f|t", "left"},
+                      HostileName{"c\x01o\x1Fn\ttrol", "control"},
                       HostileName{longName(), std::string(251, 'n') + ".txt"},
                       HostileName{deepName('/'), deepName('/')}, HostileName{deepName('\\'), deepName('/')}));
 
 // The names that Windows refuses or takes for something else: devices with
 // any suffix, trailing dots and blanks, and the colon of a stream.
 #ifdef _WIN32
-const std::vector<HostileName> windowsNames = {
-    {"CON", "_CON"},         {"con.txt", "_con.txt"},    {"a/NUL.tar.gz", "a/_NUL.tar.gz"},
-    {"prn", "_prn"},         {"Aux .c", "_Aux .c"},      {"COM1", "_COM1"},
-    {"com9.log", "_com9.log"}, {"LPT1", "_LPT1"},        {"lpt9.x.y", "_lpt9.x.y"},
-    {"COM\xB9", "_COM\xB9"}, {"CON.", "_CON"},           {"nul ", "_nul"},
-    {"CONIN$", "_CONIN$"},   {"COM10", "COM10"},         {"CONSOLE", "CONSOLE"},
-    {"LPT", "LPT"},          {"trail. . ", "trail"},     {"dots.../x", "dots/x"},
-    {"a/b:AFP_Resource", "a/b_AFP_Resource"}, {"c:d:e", "d_e"}, {"x/c:d", "x/c_d"}};
+const std::vector<HostileName> windowsNames = {{"CON", "_CON"},
+                                               {"con.txt", "_con.txt"},
+                                               {"a/NUL.tar.gz", "a/_NUL.tar.gz"},
+                                               {"prn", "_prn"},
+                                               {"Aux .c", "_Aux .c"},
+                                               {"COM1", "_COM1"},
+                                               {"com9.log", "_com9.log"},
+                                               {"LPT1", "_LPT1"},
+                                               {"lpt9.x.y", "_lpt9.x.y"},
+                                               {"COM\xB9", "_COM\xB9"},
+                                               {"CON.", "_CON"},
+                                               {"nul ", "_nul"},
+                                               {"CONIN$", "_CONIN$"},
+                                               {"COM10", "COM10"},
+                                               {"CONSOLE", "CONSOLE"},
+                                               {"LPT", "LPT"},
+                                               {"trail. . ", "trail"},
+                                               {"dots.../x", "dots/x"},
+                                               {"a/b:AFP_Resource", "a/b_AFP_Resource"},
+                                               {"c:d:e", "d_e"},
+                                               {"x/c:d", "x/c_d"}};
 #else
 // Elsewhere the same names are plain names, but the colon of a drive at the start.
 const std::vector<HostileName> windowsNames = {
@@ -124,4 +137,4 @@ TEST(SafePathLinks, PlantedLinksAreNeverPassedThrough) {
 }
 #endif
 
-} // namespace
+}  // namespace

@@ -43,8 +43,8 @@ inline void removeTree(const std::string& path) {
     std::error_code ignored;
     // Folders made read-only by a test must open again to be emptied.
     fs::permissions(path, fs::perms::owner_all, fs::perm_options::add, ignored);
-    for (auto it = fs::recursive_directory_iterator(path, ignored); !ignored && it != fs::recursive_directory_iterator();
-         it.increment(ignored))
+    for (auto it = fs::recursive_directory_iterator(path, ignored);
+         !ignored && it != fs::recursive_directory_iterator(); it.increment(ignored))
         if (it->is_directory(ignored) && !it->is_symlink(ignored))
             fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ignored);
     ignored.clear();
@@ -52,4 +52,4 @@ inline void removeTree(const std::string& path) {
 #endif
 }
 
-} // namespace test
+}  // namespace test

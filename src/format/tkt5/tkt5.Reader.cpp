@@ -11,6 +11,7 @@
 #include "io/io.Folder.h"
 #include "io/io.macdrive.Rsrc.h"
 #include "io/io.ntfs.Rsrc.h"
+#include "io/io.SafePath.h"
 #include "io/io.random.FileStreams.h"
 #include "stream/check/md5.Digest.h"
 #include "stream/stream.BufferedOutput.h"
@@ -401,7 +402,12 @@ void Reader::decodeItem(stream::random::Input& in) {
     fillFileInfo();
     makeMacBinaryOutputDecision(item->resourceFork.uncompressedSize() != 0);
     info.macBinary = macBinaryOutput;
-    if (!reader.fireFileDecodeBegin(info.expandedSize())) {
+    // A file whose own name keeps nothing usable would take the path of the
+    // folder it is in, and then a fresh name beside that folder, outside the
+    // output folder at the top: it is skipped, as the Zip reader does.
+    const bool unnamed =
+        pathNames.empty() || io::safeComponents(safeComponent(pathNames.parts().back())).empty();
+    if (!reader.fireFileDecodeBegin(info.expandedSize()) || unnamed) {
         skipItem();
         return;
     }

@@ -130,8 +130,7 @@ protected:
     void expand(const std::string& archive, Recording& reader, const std::string& password = "",
                 bool forceFormat = false) {
         const std::string path = scratch.write("archive.tkt", archive);
-        std::error_code ignored;
-        fs::remove_all(scratch.path("out"), ignored);
+        test::removeTree(scratch.path("out"));
         reader.outputFolder(scratch.path("out"));
         reader.open(path);
         if (forceFormat) {
@@ -434,9 +433,6 @@ struct TextCase {
 class Tkt5Text : public Tkt5Reader, public ::testing::WithParamInterface<TextCase> {};
 
 TEST_P(Tkt5Text, ConvertsLineEndsOfTheChosenFiles) {
-#ifdef _WIN32
-    GTEST_SKIP() << "hangs under Wine; to be run on Windows";
-#endif
     const TextCase& c = GetParam();
     Item item = Item::macFile("t", "one\rtwo\r\nthree\n", "", c.type, "ttxt", test::tkt5::isp);
     item.hasResource = false;
@@ -533,9 +529,6 @@ struct ForkCase {
 class Tkt5Forks : public Tkt5Reader, public ::testing::WithParamInterface<ForkCase> {};
 
 TEST_P(Tkt5Forks, WithBadRecordsAreRefused) {
-#ifdef _WIN32
-    GTEST_SKIP() << "hangs under Wine; to be run on Windows";
-#endif
     const ForkCase& c = GetParam();
     Item item = Item::macFile("f", "data fork", "resource fork", "TEXT", "ttxt");
     if (c.resource) {
@@ -621,14 +614,7 @@ protected:
             const std::string name = entry.path().filename().string();
             EXPECT_TRUE(name.rfind("out", 0) == 0) << name;
         }
-        for (int i = 0; i < 4; ++i) {
-            std::error_code ignored;
-            fs::permissions(scratch.path("out" + std::to_string(i)), fs::perms::owner_all, fs::perm_options::add,
-                            ignored);
-            for (const auto& entry : fs::recursive_directory_iterator(scratch.path("out" + std::to_string(i)), ignored))
-                fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add, ignored);
-            fs::remove_all(scratch.path("out" + std::to_string(i)), ignored);
-        }
+        for (int i = 0; i < 4; ++i) test::removeTree(scratch.path("out" + std::to_string(i)));
     }
 };
 

@@ -37,11 +37,6 @@ std::string readFile(const fs::path& path) {
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-void writeFile(const fs::path& path, const std::string& data) {
-    std::ofstream out(path, std::ios::binary);
-    out << data;
-}
-
 uint32_t crcOf(const std::string& data) {
     algorithm::crc::EthernetCRC crc;
     crc.update(data.data(), static_cast<uint32_t>(data.size()));

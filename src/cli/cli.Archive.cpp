@@ -214,7 +214,7 @@ int expand(const Arguments& arguments) {
     } catch (const un::exception& e) {
         reader.progressSizeEndEvent();
         reportItemFailures(arguments.operands[0], reader);
-        complain(arguments.operands[0] + ": " + e.what());
+        complain(arguments.operands[0] + ": " + failureText(e));
         status = kFailure;
     }
     reader.close();

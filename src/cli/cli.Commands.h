@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "un/un.exception.h"
+
 namespace cli {
 
 // Exit statuses of the tool.
@@ -29,5 +31,8 @@ int tuck(const Arguments& arguments);
 
 // Prints "cratewerk: <message>" on standard error.
 void complain(const std::string& message);
+// What a person is told of a failure: the engine's text, or "disk full" when
+// a write ran out of room.
+std::string failureText(const un::exception& failure);
 
 } // namespace cli

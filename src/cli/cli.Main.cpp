@@ -11,6 +11,7 @@
 #include "cli/cli.Console.h"
 #include "cli/cli.TerminalUI.h"
 #include "fmhost.Host.h"
+#include "io/io.Exception.h"
 #include "plugin/FMExtern.h"
 #include "plugin/FMUtils.h"
 #include "plugin/StringTable.h"
@@ -164,6 +165,11 @@ int choose(const std::string& value, const std::map<std::string, int>& words, co
 } // namespace
 
 namespace cli {
+
+std::string failureText(const un::exception& failure) {
+    const auto* output = dynamic_cast<const io::OutputException*>(&failure);
+    return output != nullptr && output->diskFull() ? "disk full" : failure.what();
+}
 
 void complain(const std::string& message) {
     std::fprintf(stderr, "cratewerk: %s\n", message.c_str());

@@ -18,7 +18,13 @@ public:
 
 class OutputException : public Exception {
 public:
-    explicit OutputException(const std::string& message) : Exception(message) {}
+    explicit OutputException(const std::string& message, bool diskFull = false)
+        : Exception(message), diskFull_(diskFull) {}
+    // The write failed because the volume had no room left.
+    bool diskFull() const { return diskFull_; }
+
+private:
+    bool diskFull_;
 };
 
 } // namespace io

@@ -79,7 +79,9 @@ void File::write(const char* buffer, uint32_t count) {
     while (done < count) {
         ssize_t put = ::write(static_cast<int>(handle_), buffer + done, count - done);
         if (put == -1 && errno == EINTR) continue;
-        if (put <= 0) throw OutputException("io::File::write() cannot write to " + path_);
+        if (put <= 0)
+            throw OutputException("io::File::write() cannot write to " + path_,
+                                  put == -1 && (errno == ENOSPC || errno == EDQUOT));
         done += static_cast<uint32_t>(put);
     }
 }

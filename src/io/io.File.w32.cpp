@@ -60,8 +60,13 @@ uint32_t File::read(char* buffer, uint32_t count) {
 void File::write(const char* buffer, uint32_t count) {
     if (buffer == nullptr || count == 0) return;
     DWORD put = 0;
-    if (!WriteFile(native(handle_), buffer, count, &put, nullptr) || put != count)
-        throw OutputException("io::File::write() cannot write to " + path_);
+    const bool written = WriteFile(native(handle_), buffer, count, &put, nullptr);
+    if (!written || put != count) {
+        // A write that takes fewer bytes than it was given ran out of room.
+        const DWORD error = written ? ERROR_DISK_FULL : GetLastError();
+        throw OutputException("io::File::write() cannot write to " + path_,
+                              error == ERROR_DISK_FULL || error == ERROR_HANDLE_DISK_FULL);
+    }
 }
 
 uint64_t File::tell() const {

@@ -247,6 +247,8 @@ void Rsrc::write(const char* buffer, uint32_t count) {
             put32(field, static_cast<uint32_t>(length));
             if (!writeAt(static_cast<int>(handle_), lengthField_, field.data(), field.size())) throw Exception("");
         }
+    } catch (const OutputException& e) {
+        throw OutputException("io::ntfs::Rsrc::write() cannot write to the resource fork of " + path_, e.diskFull());
     } catch (const io::Exception&) {
         throw OutputException("io::ntfs::Rsrc::write() cannot write to the resource fork of " + path_);
     }

@@ -61,6 +61,32 @@ TEST(FileErrors, CarryTheirTexts) {
     EXPECT_EQ(failure<io::Exception>([&] { io::File(missing).modificationTime(); }), "cannot open " + missing);
 }
 
+#ifndef _WIN32
+// A volume without room says so, so that the tool can tell a person; any other
+// failed write does not.
+TEST(FileErrors, AFullVolumeIsToldApart) {
+    io::File full;
+    full.openRW("/dev/full");
+    try {
+        full.write("x", 1);
+        FAIL() << "a write to a full volume went through";
+    } catch (const io::OutputException& e) {
+        EXPECT_STREQ(e.what(), "io::File::write() cannot write to /dev/full");
+        EXPECT_TRUE(e.diskFull());
+    }
+    Scratch scratch;
+    scratch.write("a", "a");
+    io::File readOnly;
+    readOnly.open(scratch.at("a"));
+    try {
+        readOnly.write("x", 1);
+        FAIL() << "a write to a file open for reading went through";
+    } catch (const io::OutputException& e) {
+        EXPECT_FALSE(e.diskFull());
+    }
+}
+#endif
+
 TEST(FileErrors, ReadOnlyTargetStaysAsItWas) {
     if (privileged()) GTEST_SKIP() << "the superuser writes anywhere";
     Scratch scratch;

@@ -13,7 +13,7 @@ LocalHeader::LocalHeader() : artifact(artifactPattern) {
 }
 
 bool LocalHeader::valid() const {
-    return artifact() == artifactPattern && method() < 9 && (versionNeeded() & 0xFF) < 21;
+    return artifact() == artifactPattern && (versionNeeded() & 0xFF) <= maxVersion;
 }
 
 void LocalHeader::read(stream::Input& input, bool check) {

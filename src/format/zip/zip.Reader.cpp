@@ -462,6 +462,11 @@ void Reader::checkLayout(stream::random::Input& input) {
     for (FileInfo& info : files_) {
         info.offset = locateLocalHeader(input, info.offset, header, info.name);
         info.dataOffset = info.offset + header.size();
+        // The local header only repeats what the directory says; one that
+        // says otherwise about how the data is stored is damaged.
+        if (!header.valid() || header.method() != info.method ||
+            (header.flags() & encryptedFlag) != (info.flags & encryptedFlag))
+            throw BadFormat("bad local header in zip reader");
     }
     // In the order of their place in the archive, each entry's header and
     // data must end before the next entry's header, and the last before the
@@ -522,7 +527,8 @@ void Reader::unzipFile(stream::random::Input& input, const FileInfo& info) {
     entry.method = methodName(info.method);
     entry.crc(info.crc);
     entry.invalidData = invalidData;
-    if (info.renamed) reader.fireFileChangedName(info.local.c_str());
+    if (info.renamed)
+        reader.itemWarnings.push_back({info.local, "", "", "an entry whose stored name has no place is written as"});
     expandFile(entry, [&] {
         if (info.unsupported) {
             const bool knownMethod = info.method < 9 && info.method != 7;

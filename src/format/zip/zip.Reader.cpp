@@ -457,30 +457,50 @@ void Reader::decodeAll(stream::random::Input& input) {
     unzipAll(input);
 }
 
-void Reader::checkLayout(stream::random::Input& input) {
+void Reader::findLocal(stream::random::Input& input, FileInfo& info) {
     format::zip::LocalHeader header;
-    for (FileInfo& info : files_) {
-        info.offset = locateLocalHeader(input, info.offset, header, info.name);
-        info.dataOffset = info.offset + header.size();
-        // The local header only repeats what the directory says; one that
-        // says otherwise about how the data is stored is damaged.
-        if (!header.valid() || header.method() != info.method ||
-            (header.flags() & encryptedFlag) != (info.flags & encryptedFlag))
-            throw BadFormat("bad local header in zip reader");
+    info.offset = locateLocalHeader(input, info.offset, header, info.name);
+    info.dataOffset = info.offset + header.size();
+    // The local header only repeats what the directory says; one that says
+    // otherwise about how the data is stored is damaged.
+    if (!header.valid() || header.method() != info.method ||
+        (header.flags() & encryptedFlag) != (info.flags & encryptedFlag))
+        throw BadFormat("bad local header in zip reader");
+}
+
+void Reader::checkLayout(stream::random::Input& input) {
+    // Each entry's place: where its local header starts and where its data
+    // ends. Sixteen bytes an entry is all that the whole directory keeps.
+    struct Span {
+        uint64_t start;
+        uint64_t end;
+    };
+    std::vector<Span> spans;
+    spans.reserve(static_cast<size_t>(std::min<uint64_t>(entries_, 1u << 20)));
+    uint64_t at = directoryOffset;
+    FileInfo info;
+    for (uint64_t i = 0; i < entries_; ++i) {
+        input.seek(at);
+        centralHeader_.read(input, false);
+        if (!centralHeader_.valid()) throw BadFormat("invalid central header in zip reader");
+        at = input.tell();
+        info = FileInfo();
+        info.index = i;
+        describeCentral(info);
+        findLocal(input, info);
+        // A size that reaches past all the input ends at once.
+        const uint64_t end =
+            info.compressedSize > ~uint64_t(0) - info.dataOffset ? ~uint64_t(0) : info.dataOffset + info.compressedSize;
+        spans.push_back({info.offset, end});
     }
     // In the order of their place in the archive, each entry's header and
     // data must end before the next entry's header, and the last before the
     // central directory. Entries that share data (a few kilobytes that
     // expand to gigabytes once for every entry) are refused as a whole.
-    std::vector<uint32_t> order(files_.size());
-    for (uint32_t i = 0; i < order.size(); ++i) order[i] = i;
-    std::sort(order.begin(), order.end(),
-              [&](uint32_t a, uint32_t b) { return files_[a].offset < files_[b].offset; });
-    for (size_t k = 0; k < order.size(); ++k) {
-        const FileInfo& info = files_[order[k]];
-        const bool last = k + 1 == order.size();
-        const uint64_t limit = last ? directoryOffset : files_[order[k + 1]].offset;
-        if (info.dataOffset <= limit && info.compressedSize <= limit - info.dataOffset) continue;
+    std::sort(spans.begin(), spans.end(), [](const Span& a, const Span& b) { return a.start < b.start; });
+    for (size_t k = 0; k < spans.size(); ++k) {
+        const bool last = k + 1 == spans.size();
+        if (spans[k].end <= (last ? directoryOffset : spans[k + 1].start)) continue;
         if (last) throw BadFormat("entry data runs into the central directory in zip reader");
         throw BadFormat("overlapping entries in zip reader");
     }
@@ -488,25 +508,24 @@ void Reader::checkLayout(stream::random::Input& input) {
 
 void Reader::unzipAll(stream::random::Input& input) {
     bytesDone = 0;
-    files_.clear();
+    checkLayout(input);
+    // The directory is read once more, entry by entry, so that memory stays
+    // the same however many entries it holds.
+    uint64_t at = directoryOffset;
+    FileInfo info;
     for (uint64_t i = 0; i < entries_; ++i) {
+        input.seek(at);
         centralHeader_.read(input, false);
-        if (!centralHeader_.valid()) throw BadFormat("invalid central header in zip reader");
-        FileInfo info;
+        at = input.tell();
+        info = FileInfo();
         info.index = i;
         describeCentral(info);
-        files_.push_back(std::move(info));
-    }
-    checkLayout(input);
-
-    for (const FileInfo& info : files_) {
+        findLocal(input, info);
         if (info.folder)
             unzipFolder(info);
         else
             unzipFile(input, info);
     }
-    files_.clear();
-    files_.shrink_to_fit();
 }
 
 void Reader::unzipFile(stream::random::Input& input, const FileInfo& info) {

@@ -17,7 +17,7 @@ class Output;
 
 namespace engine5::zip {
 
-// One entry between the directory pass and the expansion pass.
+// One entry of the central directory, as the reader lists and expands it.
 struct FileInfo {
     uint64_t offset = 0;      // of the local header, as the directory stores it
     uint64_t dataOffset = 0;  // in the input, once the local header is found
@@ -74,6 +74,9 @@ private:
     // Finds every local header and refuses an archive whose entries share or
     // overlap data, or run into the central directory.
     void checkLayout(stream::random::Input& input);
+    // Finds the entry's local header, checks it against the directory, and
+    // notes where the data begins.
+    void findLocal(stream::random::Input& input, FileInfo& info);
     uint64_t locateDirectory(stream::random::Input& input, uint64_t offset);
     // Answers where the header was found.
     uint64_t locateLocalHeader(stream::random::Input& input, uint64_t offset, format::zip::LocalHeader& header,
@@ -95,7 +98,6 @@ private:
     uint64_t storedDirectoryOffset_ = 0;
     // Where the records behind the central directory begin.
     uint64_t directoryEnd_ = 0;
-    std::vector<FileInfo> files_;
 };
 
 }  // namespace engine5::zip

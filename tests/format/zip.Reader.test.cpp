@@ -540,16 +540,16 @@ INSTANTIATE_TEST_SUITE_P(
                     return build({{"t", "x", "", false, 8, 46}}).bytes;
                 },
                 "Unsupported method", "unsupported compression method in zip reader"},
-        BadCase{"declaresLessThanItHolds",
-                [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + kSecond + kUncompressed, 3); }); },
-                "Bad data", "CRC mismatch in zip reader; data is invalid"},
-        BadCase{"declaresMoreThanItHolds",
-                [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + kSecond + kUncompressed, 9); }); },
-                "Bad data", "CRC mismatch in zip reader; data is invalid"},
+        BadCase{
+            "declaresLessThanItHolds",
+            [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + kSecond + kUncompressed, 3); }); },
+            "Bad data", "CRC mismatch in zip reader; data is invalid"},
+        BadCase{
+            "declaresMoreThanItHolds",
+            [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + kSecond + kUncompressed, 9); }); },
+            "Bad data", "CRC mismatch in zip reader; data is invalid"},
         BadCase{"twoEntriesShareALocalEntry",
-                [] {
-                    return patched([](Built& b) { put32(b.bytes, b.directoryOffset + kSecond + kLocalOffset, 0); });
-                },
+                [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + kSecond + kLocalOffset, 0); }); },
                 "Bad format", "overlapping entries in zip reader"},
         BadCase{"dataOverlapsTheNextEntry",
                 [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + kCompressed, 40); }); },
@@ -608,11 +608,9 @@ TEST(ZipReaderHostile, TheCentralNameNamesTheFile) {
     ASSERT_EQ(reader.itemWarnings.size(), 1u);
     EXPECT_EQ(reader.itemWarnings[0].name, "unnamed entry 3");
     reader.close();
-    EXPECT_EQ(tree(scratch.out()), (std::map<std::string, std::string>{{"safe.txt", "one"},
-                                                                       {"abc", "two"},
-                                                                       {"unnamed entry 3", "three"},
-                                                                       {"d/", ""},
-                                                                       {"d/e", "four"}}));
+    EXPECT_EQ(tree(scratch.out()),
+              (std::map<std::string, std::string>{
+                  {"safe.txt", "one"}, {"abc", "two"}, {"unnamed entry 3", "three"}, {"d/", ""}, {"d/e", "four"}}));
 }
 
 // A Zip64 archive as the records lay it out: every size and offset in the
@@ -658,8 +656,8 @@ TEST(ZipReaderZip64, ExpandsFromTheExtraFieldsAndTheZip64EndRecord) {
     Outcome outcome = expand(scratch.archive(whole), scratch.out());
     EXPECT_EQ(outcome.message, "") << outcome.kind;
     EXPECT_EQ(outcome.fileCount, 2u);
-    EXPECT_EQ(tree(scratch.out()), (std::map<std::string, std::string>{
-                                       {"one.txt", "first"}, {"two/", ""}, {"two/three.txt", "second"}}));
+    EXPECT_EQ(tree(scratch.out()),
+              (std::map<std::string, std::string>{{"one.txt", "first"}, {"two/", ""}, {"two/three.txt", "second"}}));
 
     // Without the locator the all-ones fields are taken as they stand.
     outcome = expand(scratch.archive(zip64Archive({{"one.txt", "first"}}, false), "b.zip"), scratch.path() / "b");

@@ -179,9 +179,12 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"zipZip64Forced", "zip", "cd src && zip -q -r -fz ../a.zip top", ""},
         Case{"zipEntryFromStandardInput", "zip", "seq 1 40000 | zip -q a.zip -", ""},
         Case{"zipUTF8NamesUnderUTF8Locale", "zip",
-             "cd src && mkdir -p top/n && echo x > 'top/n/caf\xC3\xA9.txt' && LC_ALL=C.UTF-8 zip -q -r ../a.zip top", ""},
+             "cd src && mkdir -p top/n && echo x > 'top/n/caf\xC3\xA9.txt' && LC_ALL=C.UTF-8 zip -q -r ../a.zip top",
+             ""},
         Case{"zipUTF8NamesUnderCLocale", "zip",
-             "cd src && mkdir -p top/n && echo x > 'top/n/\xC3\xBC" "ber.txt' && LC_ALL=C zip -q -r ../a.zip top", ""},
+             "cd src && mkdir -p top/n && echo x > 'top/n/\xC3\xBC"
+             "ber.txt' && LC_ALL=C zip -q -r ../a.zip top",
+             ""},
         Case{"sevenZipDeflate", "7z", "cd src && 7z a -tzip -mm=Deflate ../a.zip top >/dev/null", ""},
         Case{"sevenZipUltra", "7z", "cd src && 7z a -tzip -mm=Deflate -mx=9 ../a.zip top >/dev/null", ""},
         Case{"sevenZipZipCrypto", "7z", "cd src && 7z a -tzip -mem=ZipCrypto -p'se cret' ../a.zip top >/dev/null",
@@ -206,10 +209,11 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(ManyEntries, ExpandLikeUnzip) {
     if (!have("python3") || !have("unzip")) GTEST_SKIP() << "python3 or unzip is not installed";
     Scratch scratch;
-    Ran made = run("python3 -c " + quote("import zipfile\n"
-                                         "with zipfile.ZipFile('a.zip', 'w') as z:\n"
-                                         "    for i in range(66000): z.writestr('d%02d/f%05d' % (i % 40, i), str(i))\n"),
-                   scratch.path());
+    Ran made =
+        run("python3 -c " + quote("import zipfile\n"
+                                  "with zipfile.ZipFile('a.zip', 'w') as z:\n"
+                                  "    for i in range(66000): z.writestr('d%02d/f%05d' % (i % 40, i), str(i))\n"),
+            scratch.path());
     ASSERT_EQ(made.status, 0) << made.err;
     Ran listed = run("unzip -Z1 a.zip | wc -l", scratch.path());
     EXPECT_EQ(std::stoi(listed.out), 66000);

@@ -48,8 +48,8 @@ uint32_t dosSeconds(uint16_t date, uint16_t time) {
     return seconds < 0 ? 0 : static_cast<uint32_t>(seconds);
 }
 
-constexpr uint32_t zip64LocatorPattern = 0x07064B50;   // "PK\6\7"
-constexpr uint32_t zip64EndPattern = 0x06064B50;       // "PK\6\6"
+constexpr uint32_t zip64LocatorPattern = 0x07064B50;  // "PK\6\7"
+constexpr uint32_t zip64EndPattern = 0x06064B50;      // "PK\6\6"
 constexpr uint32_t zip64LocatorSize = 20;
 constexpr uint32_t zip64EndSize = 56;
 constexpr uint16_t zip64Tag = 0x0001;

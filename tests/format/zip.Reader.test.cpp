@@ -510,7 +510,7 @@ INSTANTIATE_TEST_SUITE_P(
                 [] { return patched([](Built& b) { put32(b.bytes, b.endOffset + 16, 0x7FFFFFF0); }); }, "Bad format",
                 kLocate},
         BadCase{"moreEntriesThanThere", [] { return patched([](Built& b) { put16(b.bytes, b.endOffset + 10, 3); }); },
-                "Bad format", "invalid central directory size in zip reader"},
+                "Bad format", "invalid central header in zip reader"},
         BadCase{"fewerEntriesThanThere", [] { return patched([](Built& b) { put16(b.bytes, b.endOffset + 10, 1); }); },
                 "Bad format", "invalid signature at the end of the central directory in zip reader"},
         BadCase{"localOffsetWrong", [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + 42, 7); }); },

@@ -426,7 +426,7 @@ void Reader::findDirectory(stream::random::Input& input) {
     // directory cannot hold is refused before anything is read.
     if (directoryOffset > directoryEnd_ ||
         entries_ > (directoryEnd_ - directoryOffset) / format::zip::CentralHeader::fixed_size)
-        throw BadFormat("invalid central directory size in zip reader");
+        throw BadFormat("invalid central header in zip reader");
     input.seek(directoryOffset);
 }
 

@@ -26,8 +26,13 @@ release: setup
 	@cmake --build build/release -j $(JOBS)
 
 test: release windows-tests
-	@cd build/release && ctest --output-on-failure -j $(JOBS)
+	@cd build/release && ctest -LE slow --output-on-failure -j $(JOBS)
 	@cd build/windows-x86_64 && ctest -L windows --output-on-failure -j $(JOBS)
+
+# The tests of minutes and gigabytes that `make test` leaves out.
+.PHONY: test-slow
+test-slow: release
+	@cd build/release && ctest -L slow --output-on-failure
 
 # Everything of both Windows builds: build/windows-i686, build/windows-x86_64.
 windows: setup

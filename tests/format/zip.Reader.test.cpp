@@ -419,6 +419,9 @@ std::string patched(const std::function<void(Built&)>& change) {
 }
 
 const char* const kLocate = "cannot locate the central directory in zip reader";
+// Where the second central header of the sample begins, and its fields.
+constexpr size_t kSecond = 46 + 5;
+constexpr size_t kCompressed = 20, kUncompressed = 24, kLocalOffset = 42;
 
 INSTANTIATE_TEST_SUITE_P(
     Zip, Refuses,
@@ -450,7 +453,7 @@ INSTANTIATE_TEST_SUITE_P(
                 [] { return patched([](Built& b) { put16(b.bytes, b.localOffsets[1] + 8, 12); }); }, "Bad format",
                 "bad local header in zip reader"},
         BadCase{"localMethod7", [] { return patched([](Built& b) { put16(b.bytes, b.localOffsets[0] + 8, 7); }); },
-                "Unsupported method", "zip reader encountered a file with an unsupported compression method"},
+                "Bad format", "bad local header in zip reader"},
         BadCase{"method7",
                 [] {
                     return build({{"t", "x", "", false, 7}}).bytes;
@@ -466,11 +469,28 @@ INSTANTIATE_TEST_SUITE_P(
                     return build({{"t", "x", "pw", false, 99}}).bytes;
                 },
                 "Unsupported method", "unsupported compression method in zip reader", "pw"},
-        BadCase{"version45",
+        BadCase{"version46",
                 [] {
-                    return build({{"t", "x", "", false, 8, 45}}).bytes;
+                    return build({{"t", "x", "", false, 8, 46}}).bytes;
                 },
                 "Unsupported method", "unsupported compression method in zip reader"},
+        BadCase{
+            "declaresLessThanItHolds",
+            [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + kSecond + kUncompressed, 3); }); },
+            "Bad data", "CRC mismatch in zip reader; data is invalid"},
+        BadCase{
+            "declaresMoreThanItHolds",
+            [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + kSecond + kUncompressed, 9); }); },
+            "Bad data", "CRC mismatch in zip reader; data is invalid"},
+        BadCase{"twoEntriesShareALocalEntry",
+                [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + kSecond + kLocalOffset, 0); }); },
+                "Bad format", "overlapping entries in zip reader"},
+        BadCase{"dataOverlapsTheNextEntry",
+                [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + kCompressed, 40); }); },
+                "Bad format", "overlapping entries in zip reader"},
+        BadCase{"dataRunsIntoTheDirectory",
+                [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + kSecond + kCompressed, 40); }); },
+                "Bad format", "entry data runs into the central directory in zip reader"},
         BadCase{"badCrc", [] { return patched([](Built& b) { b.bytes[b.localOffsets[1] + 30 + 5] ^= 1; }); },
                 "Bad data", "CRC mismatch in zip reader; data is invalid"},
         BadCase{"wrongPassword",
@@ -486,6 +506,108 @@ INSTANTIATE_TEST_SUITE_P(
         BadCase{"noEndRecord", [] { return std::string("PK\x03\x04", 4) + std::string(60, '\0'); }, "format",
                 "bad header artfact in format::zip::EndHeader::read()"}),
     [](const ::testing::TestParamInfo<BadCase>& info) { return std::string(info.param.title); });
+
+TEST(ZipReaderHostile, AnEntryThatLiesAboutItsSizeLeavesNoFile) {
+    Scratch scratch;
+    for (uint32_t declared : {3u, 9u}) {
+        fs::remove_all(scratch.out());
+        fs::create_directories(scratch.out());
+        tuckett5::Reader reader;
+        reader.outputFolder(scratch.out().string());
+        reader.continueAfterItemFailure(true);
+        reader.open(scratch.archive(
+            patched([&](Built& b) { put32(b.bytes, b.directoryOffset + kSecond + kUncompressed, declared); })));
+        reader.scan();
+        reader.decode();
+        ASSERT_EQ(reader.itemFailures.size(), 1u);
+        EXPECT_EQ(reader.itemFailures[0].name, "b.txt");
+        reader.close();
+        EXPECT_EQ(tree(scratch.out()), (std::map<std::string, std::string>{{"a.txt", "alpha"}})) << declared;
+    }
+}
+
+// The central directory names every entry, whatever the local header says,
+// and an entry whose name has no place is written under one of ours.
+TEST(ZipReaderHostile, TheCentralNameNamesTheFile) {
+    Scratch scratch;
+    Built b = build({{"safe.txt", "one"}, {"abc", "two"}, {"..", "three"}, {"d/e", "four"}});
+    b.bytes.replace(b.localOffsets[0] + 30, 8, "evil.txt");
+    b.bytes.replace(b.localOffsets[1] + 30, 3, "../");
+    b.bytes.replace(b.localOffsets[3] + 30, 3, "/\\/");
+    tuckett5::Reader reader;
+    reader.outputFolder(scratch.out().string());
+    reader.open(scratch.archive(b.bytes));
+    reader.scan();
+    reader.decode();
+    ASSERT_EQ(reader.itemWarnings.size(), 1u);
+    EXPECT_EQ(reader.itemWarnings[0].name, "unnamed entry 3");
+    reader.close();
+    EXPECT_EQ(tree(scratch.out()),
+              (std::map<std::string, std::string>{
+                  {"safe.txt", "one"}, {"abc", "two"}, {"unnamed entry 3", "three"}, {"d/", ""}, {"d/e", "four"}}));
+}
+
+// A Zip64 archive as the records lay it out: every size and offset in the
+// extra fields, the end record holding only all ones.
+void add16(std::string& s, uint16_t v) { s += static_cast<char>(v & 0xFF), s += static_cast<char>(v >> 8); }
+void add32(std::string& s, uint32_t v) { add16(s, static_cast<uint16_t>(v)), add16(s, static_cast<uint16_t>(v >> 16)); }
+void add64(std::string& s, uint64_t v) { add32(s, static_cast<uint32_t>(v)), add32(s, static_cast<uint32_t>(v >> 32)); }
+
+std::string zip64Archive(const std::vector<std::pair<std::string, std::string>>& entries, bool locator = true) {
+    std::string out, directory;
+    for (const auto& [name, data] : entries) {
+        const uint64_t offset = out.size();
+        std::string extra;
+        add16(extra, 1), add16(extra, 16), add64(extra, data.size()), add64(extra, data.size());
+        add32(out, 0x04034B50), add16(out, 45), add16(out, 0), add16(out, 0), add32(out, 0), add32(out, crcOf(data));
+        add32(out, 0xFFFFFFFF), add32(out, 0xFFFFFFFF), add16(out, static_cast<uint16_t>(name.size()));
+        add16(out, static_cast<uint16_t>(extra.size()));
+        out += name + extra + data;
+        std::string central;
+        add16(central, 1), add16(central, 24), add64(central, data.size()), add64(central, data.size());
+        add64(central, offset);
+        add32(directory, 0x02014B50), add16(directory, 0x032D), add16(directory, 45), add16(directory, 0);
+        add16(directory, 0), add32(directory, 0), add32(directory, crcOf(data)), add32(directory, 0xFFFFFFFF);
+        add32(directory, 0xFFFFFFFF), add16(directory, static_cast<uint16_t>(name.size()));
+        add16(directory, static_cast<uint16_t>(central.size())), add16(directory, 0), add16(directory, 0);
+        add16(directory, 0), add32(directory, 0100644u << 16), add32(directory, 0xFFFFFFFF);
+        directory += name + central;
+    }
+    const uint64_t directoryOffset = out.size();
+    out += directory;
+    const uint64_t record = out.size();
+    add32(out, 0x06064B50), add64(out, 44), add16(out, 45), add16(out, 45), add32(out, 0), add32(out, 0);
+    add64(out, entries.size()), add64(out, entries.size()), add64(out, directory.size()), add64(out, directoryOffset);
+    if (locator) add32(out, 0x07064B50), add32(out, 0), add64(out, record), add32(out, 1);
+    add32(out, 0x06054B50), add16(out, 0), add16(out, 0), add16(out, 0xFFFF), add16(out, 0xFFFF);
+    add32(out, 0xFFFFFFFF), add32(out, 0xFFFFFFFF), add16(out, 0);
+    return out;
+}
+
+TEST(ZipReaderZip64, ExpandsFromTheExtraFieldsAndTheZip64EndRecord) {
+    Scratch scratch;
+    const std::string whole = zip64Archive({{"one.txt", "first"}, {"two/three.txt", "second"}});
+    Outcome outcome = expand(scratch.archive(whole), scratch.out());
+    EXPECT_EQ(outcome.message, "") << outcome.kind;
+    EXPECT_EQ(outcome.fileCount, 2u);
+    EXPECT_EQ(tree(scratch.out()),
+              (std::map<std::string, std::string>{{"one.txt", "first"}, {"two/", ""}, {"two/three.txt", "second"}}));
+
+    // Without the locator the all-ones fields are taken as they stand.
+    outcome = expand(scratch.archive(zip64Archive({{"one.txt", "first"}}, false), "b.zip"), scratch.path() / "b");
+    EXPECT_EQ(outcome.kind, "Bad format");
+}
+
+TEST(ZipReaderZip64, EveryTruncationIsRefused) {
+    Scratch scratch;
+    const std::string whole = zip64Archive({{"one.txt", "first"}, {"two/three.txt", "second"}});
+    for (size_t size = 1; size < whole.size(); ++size) {
+        fs::remove_all(scratch.out());
+        fs::create_directories(scratch.out());
+        Outcome outcome = expand(scratch.archive(whole.substr(0, size)), scratch.out());
+        EXPECT_NE(outcome.kind, "") << size;
+    }
+}
 
 // ---------------------------------------------------------------------------
 // Names that try to leave the output folder land inside it.
@@ -524,6 +646,11 @@ TEST(ZipReader, NamesInCodePage437AndUTF8) {
     put32(field, 5, crcOf("b?r"));
     EXPECT_EQ(engine5::zip::entryName("b?r", field, false).unicode, (Name{'b', 0xE4, 'r'}));
     EXPECT_EQ(engine5::zip::entryName("bxr", field, false).unicode, (Name{'b', 'x', 'r'}));
+    // Names from Unix and Macintosh hosts are UTF-8 when they are valid UTF-8.
+    EXPECT_EQ(engine5::zip::entryName("caf\xC3\xA9", "", false, 3).unicode, (Name{'c', 'a', 'f', 0xE9}));
+    EXPECT_EQ(engine5::zip::entryName("caf\xC3\xA9", "", false, 19).unicode, (Name{'c', 'a', 'f', 0xE9}));
+    EXPECT_EQ(engine5::zip::entryName("caf\xC3\xA9", "", false, 0).unicode, (Name{'c', 'a', 'f', 0x251C, 0x2310}));
+    EXPECT_EQ(engine5::zip::entryName("b\x84r_", "", false, 3).unicode, (Name{'b', 0xE4, 'r', '_'}));
 #ifndef _WIN32
     // Here the engine's 8-bit form is UTF-8.
     EXPECT_EQ(engine5::zip::entryName("b\x84r", "", false).local, "b\xC3\xA4r");

@@ -101,8 +101,8 @@ TEST(ZipRecords, LocalHeaderValidity) {
         uint16_t version;
         bool valid;
     };
-    for (Row row : {Row{0, 10, true}, Row{7, 20, true}, Row{8, 0x0314, true}, Row{9, 20, false}, Row{99, 51, false},
-                    Row{8, 21, false}, Row{8, 45, false}}) {
+    for (Row row : {Row{0, 10, true}, Row{7, 20, true}, Row{8, 0x0314, true}, Row{9, 20, true}, Row{99, 51, true},
+                    Row{8, 45, true}, Row{14, 63, true}, Row{8, 64, false}}) {
         LocalHeader h;
         h.method(row.method);
         h.versionNeeded(row.version);

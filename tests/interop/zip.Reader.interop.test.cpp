@@ -176,6 +176,16 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"zipToPipe", "zip", "cd src && zip -q -r -fz- - top | cat > ../a.zip", ""},
         Case{"zipFromPipe", "zip", "seq 1 40000 | zip -q -fz- - - | cat > a.zip", ""},
         Case{"zipPipePassword", "zip", "cd src && zip -q -r -fz- -P pw - top | cat > ../a.zip", "pw"},
+        Case{"zipZip64Forced", "zip", "cd src && zip -q -r -fz ../a.zip top", ""},
+        Case{"zipEntryFromStandardInput", "zip", "seq 1 40000 | zip -q a.zip -", ""},
+        Case{"zipZip64ToPipe", "zip", "seq 1 1000 | zip -q - - | cat > a.zip", ""},
+        Case{"zipUTF8NamesUnderUTF8Locale", "zip",
+             "cd src && mkdir -p top/n && echo x > 'top/n/caf\xC3\xA9.txt' && LC_ALL=C.UTF-8 zip -q -r ../a.zip top",
+             ""},
+        Case{"zipUTF8NamesUnderCLocale", "zip",
+             "cd src && mkdir -p top/n && echo x > 'top/n/\xC3\xBC"
+             "ber.txt' && LC_ALL=C zip -q -r ../a.zip top",
+             ""},
         Case{"sevenZipDeflate", "7z", "cd src && 7z a -tzip -mm=Deflate ../a.zip top >/dev/null", ""},
         Case{"sevenZipUltra", "7z", "cd src && 7z a -tzip -mm=Deflate -mx=9 ../a.zip top >/dev/null", ""},
         Case{"sevenZipZipCrypto", "7z", "cd src && 7z a -tzip -mem=ZipCrypto -p'se cret' ../a.zip top >/dev/null",
@@ -183,8 +193,66 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"pythonStored", "python3", python("ZIP_STORED", false), ""},
         Case{"pythonDeflated", "python3", python("ZIP_DEFLATED", false), ""},
         Case{"pythonUnseekable", "python3", python("ZIP_DEFLATED", true), ""},
-        Case{"pythonUnseekableStored", "python3", python("ZIP_STORED", true), ""}),
+        Case{"pythonUnseekableStored", "python3", python("ZIP_STORED", true), ""},
+        Case{"pythonForceZip64", "python3",
+             "python3 -c " + quote("import os, zipfile\n"
+                                   "with zipfile.ZipFile('a.zip', 'w', zipfile.ZIP_DEFLATED) as z:\n"
+                                   "    for folder, dirs, files in os.walk('src/top'):\n"
+                                   "        for file in files:\n"
+                                   "            path = os.path.join(folder, file)\n"
+                                   "            with open(path, 'rb') as f, z.open(os.path.relpath(path, 'src'), 'w',\n"
+                                   "                                               force_zip64=True) as out:\n"
+                                   "                out.write(f.read())\n"),
+             ""}),
     [](const ::testing::TestParamInfo<Case>& info) { return std::string(info.param.title); });
+
+// More entries than the end record can count: the Zip64 end record counts them.
+TEST(ManyEntries, ExpandLikeUnzip) {
+    if (!have("python3") || !have("unzip")) GTEST_SKIP() << "python3 or unzip is not installed";
+    Scratch scratch;
+    Ran made =
+        run("python3 -c " + quote("import zipfile\n"
+                                  "with zipfile.ZipFile('a.zip', 'w') as z:\n"
+                                  "    for i in range(66000): z.writestr('d%02d/f%05d' % (i % 40, i), str(i))\n"),
+            scratch.path());
+    ASSERT_EQ(made.status, 0) << made.err;
+    Ran listed = run("unzip -Z1 a.zip | wc -l", scratch.path());
+    EXPECT_EQ(std::stoi(listed.out), 66000);
+    fs::create_directories(scratch.path() / "tool");
+    Ran tool = run(quote(CRATEWERK_PROGRAM) + " expand -q a.zip tool", scratch.path());
+    EXPECT_EQ(tool.status, 0) << tool.err;
+    size_t files = 0;
+    for (const auto& item : fs::recursive_directory_iterator(scratch.path() / "tool")) files += item.is_regular_file();
+    EXPECT_EQ(files, 66000u);
+    EXPECT_EQ(readFile(scratch.path() / "tool/d39/f65999"), "65999");
+}
+
+// An entry of more than 4 GiB of zeros, and an archive over 4 GiB beside it:
+// minutes of work, run only by `make test-slow` (ctest -L slow), which sets
+// CRATEWERK_SLOW.
+TEST(LargeEntry, ExpandsPastFourGiB) {
+    if (std::getenv("CRATEWERK_SLOW") == nullptr) GTEST_SKIP() << "run by make test-slow";
+    if (!have("python3")) GTEST_SKIP() << "python3 is not installed";
+    Scratch scratch;
+    const uint64_t size = (uint64_t(4) << 30) + 12345;
+    Ran made = run("python3 -c " + quote("import zipfile\n"
+                                         "block = bytes(1 << 20)\n"
+                                         "with zipfile.ZipFile('a.zip', 'w') as z:\n"
+                                         "    z.writestr('small.txt', 'in front')\n"
+                                         "    with z.open('zeros', 'w', force_zip64=True) as f:\n"
+                                         "        for i in range(4096): f.write(block)\n"
+                                         "        f.write(bytes(12345))\n"
+                                         "    z.writestr('after.txt', 'behind')\n"),
+                   scratch.path());
+    ASSERT_EQ(made.status, 0) << made.err;
+    fs::create_directories(scratch.path() / "tool");
+    Ran tool = run(quote(CRATEWERK_PROGRAM) + " expand -q a.zip tool", scratch.path());
+    EXPECT_EQ(tool.status, 0) << tool.err;
+    std::map<std::string, uint64_t> sizes;
+    for (const auto& item : fs::recursive_directory_iterator(scratch.path() / "tool"))
+        if (item.is_regular_file()) sizes[item.path().filename().string()] = item.file_size();
+    EXPECT_EQ(sizes, (std::map<std::string, uint64_t>{{"small.txt", 8}, {"zeros", size}, {"after.txt", 6}}));
+}
 
 // Archives the reader refuses, through both front ends, with the exact text.
 struct Refusal {
@@ -228,8 +296,6 @@ INSTANTIATE_TEST_SUITE_P(
                               "head -c 300000 /dev/urandom > src/top/big && cd src && zip -q -r -s 64k ../a.zip top",
                               "", "expansion of segmented multi-part archives not supported by zip reader",
                               "expansion of segmented multi-part archives not supported by zip reader\n"},
-                      Refusal{"zip64FromPipe", "seq 1 1000 | zip -q - - | cat > a.zip", "", kMethod,
-                              "Zip64 entries are not supported: -\n"},
                       Refusal{"method7", "", "moby.zip", kMethod, "tokenized Zip entries are not supported: README\n"},
                       Refusal{"method9", "", "lorem-ipsum-deflate64.zip", kMethod,
                               "Deflate64-compressed Zip entries are not supported: lorem-ipsum.txt\n"},

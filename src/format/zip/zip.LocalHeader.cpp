@@ -12,9 +12,7 @@ LocalHeader::LocalHeader() : artifact(artifactPattern) {
     un_assert(max_size() == 30 + 65535 + 65535);
 }
 
-bool LocalHeader::valid() const {
-    return artifact() == artifactPattern && method() < 9 && (versionNeeded() & 0xFF) < 21;
-}
+bool LocalHeader::valid() const { return artifact() == artifactPattern && (versionNeeded() & 0xFF) <= maxVersion; }
 
 void LocalHeader::read(stream::Input& input, bool check) {
     stream::LittleEndianInput in(input);

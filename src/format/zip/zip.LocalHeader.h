@@ -17,8 +17,12 @@ public:
 
     LocalHeader();
 
-    // The signature, a method below 9 and a version needed below 2.1 (low
-    // byte; the high byte names a host and does not count).
+    // The highest version needed that any Zip tool writes today (6.3).
+    static constexpr uint16_t maxVersion = 63;
+
+    // The signature and a version needed up to 6.3 (low byte; the high byte
+    // names a host and does not count). Whether the method can be expanded
+    // is the reader's question, so that it can name the method it refuses.
     bool valid() const override;
     void read(stream::Input& in, bool check) override;
     void write(stream::Output& out) const override;

@@ -96,13 +96,27 @@ tuckett5::UnicodeName decodeUTF8(const std::string& text) {
     return result;
 }
 
-EntryName entryName(const std::string& stored, const std::string& extra, bool utf8) {
+// The decoder turns every byte that starts no valid sequence into '_': the
+// text is valid when no '_' came out that was not stored.
+bool validUTF8(const std::string& text) {
+    const tuckett5::UnicodeName decoded = decodeUTF8(text);
+    size_t underscores = 0;
+    for (unsigned short c : decoded) underscores += c == '_';
+    size_t stored = 0;
+    for (char c : text) stored += c == '_';
+    return underscores == stored;
+}
+
+EntryName entryName(const std::string& stored, const std::string& extra, bool utf8, int host) {
     EntryName name;
     std::string unicode;
+    const bool utf8Host = host == 3 || host == 7 || host == 19;
     if (utf8) {
         name.unicode = decodeUTF8(stored);
     } else if (unicodePath(stored, extra, unicode)) {
         name.unicode = decodeUTF8(unicode);
+    } else if (utf8Host && validUTF8(stored)) {
+        name.unicode = decodeUTF8(stored);
     } else {
         name.unicode = algorithm::unicode::CP437::decode(stored);
     }

@@ -1,5 +1,6 @@
 #include "format/zip/zip.Reader.h"
 
+#include <algorithm>
 #include <ctime>
 
 #include "algorithm/zipcrypt.Cipher.h"
@@ -47,10 +48,33 @@ uint32_t dosSeconds(uint16_t date, uint16_t time) {
     return seconds < 0 ? 0 : static_cast<uint32_t>(seconds);
 }
 
+constexpr uint32_t zip64LocatorPattern = 0x07064B50;  // "PK\6\7"
+constexpr uint32_t zip64EndPattern = 0x06064B50;      // "PK\6\6"
+constexpr uint32_t zip64LocatorSize = 20;
+constexpr uint32_t zip64EndSize = 56;
+constexpr uint16_t zip64Tag = 0x0001;
+constexpr uint32_t marked32 = 0xFFFFFFFFu;
+// The highest version needed that this reader meets: 4.5, Zip64.
+constexpr uint16_t versionMet = 45;
+
 uint16_t le16(const std::string& s, size_t at) {
     return static_cast<uint16_t>(static_cast<unsigned char>(s[at]) | static_cast<unsigned char>(s[at + 1]) << 8);
 }
 uint32_t le32(const std::string& s, size_t at) { return le16(s, at) | static_cast<uint32_t>(le16(s, at + 2)) << 16; }
+uint64_t le64(const std::string& s, size_t at) { return le32(s, at) | uint64_t(le32(s, at + 4)) << 32; }
+
+// Up to `count` bytes from the input, fewer at its end.
+std::string readBytes(stream::Input& input, uint32_t count) {
+    std::string bytes(count, '\0');
+    uint32_t done = 0;
+    while (done < count) {
+        const uint32_t n = input.read(&bytes[done], count - done);
+        if (n == 0) break;
+        done += n;
+    }
+    bytes.resize(done);
+    return bytes;
+}
 
 // The exact modification time that Info-ZIP (extended timestamp, 0x5455) or
 // Windows tools (NTFS times, 0x000A) keep in the extra field, where there is
@@ -104,6 +128,22 @@ std::string methodName(uint16_t method) {
             return "deflated";
         case 9:
             return "Deflate64-compressed";
+        case 10:
+            return "PKWARE DCL-imploded";
+        case 16:
+            return "IBM CMPSC-compressed";
+        case 18:
+            return "IBM TERSE-compressed";
+        case 19:
+            return "IBM LZ77-compressed";
+        case 20:
+            return "Zstandard-compressed";
+        case 94:
+            return "MP3-compressed";
+        case 96:
+            return "JPEG-compressed";
+        case 97:
+            return "WavPack-compressed";
         case 12:
             return "bzip2-compressed";
         case 14:
@@ -129,6 +169,10 @@ std::string folderName(std::string name) {
     return name;
 }
 
+// The hosts whose names separate folders with a backslash: MS-DOS, OS/2,
+// Windows NTFS, VFAT and OS/2 HPFS under Windows 95.
+bool backslashHost(uint8_t host) { return host == 0 || host == 6 || host == 10 || host == 11 || host == 14; }
+
 }  // namespace
 
 Reader::Reader(uint32_t position, tuckett5::Reader& reader) : FormatReader(position, reader) { foldersAreItems = true; }
@@ -149,8 +193,8 @@ uint64_t Reader::locateDirectory(stream::random::Input& input, uint64_t offset) 
     return notFound;
 }
 
-void Reader::locateLocalHeader(stream::random::Input& input, uint64_t offset, format::zip::LocalHeader& header,
-                               const std::string& name) {
+uint64_t Reader::locateLocalHeader(stream::random::Input& input, uint64_t offset, format::zip::LocalHeader& header,
+                                   const std::string& name) {
     // Offsets may count from the archive's start or from the file's. The
     // archive's start is where classification found the first header it could
     // read, which may be a later entry's: the header that bears the entry's
@@ -162,7 +206,7 @@ void Reader::locateLocalHeader(stream::random::Input& input, uint64_t offset, fo
         try {
             input.seek(tries[i]);
             header.read(input, true);
-            if (header.name() == name) return;
+            if (header.name() == name) return tries[i];
             if (found < 0) found = i;
         } catch (const un::exception&) {
         }
@@ -170,6 +214,116 @@ void Reader::locateLocalHeader(stream::random::Input& input, uint64_t offset, fo
     if (found < 0) throw BadFormat("cannot locate a local header in zip reader");
     input.seek(tries[found]);
     header.read(input, true);
+    return tries[found];
+}
+
+void Reader::readEnd(stream::random::Input& input) {
+    input.seek(endOffset);
+    endHeader_.read(input, true);
+    entries_ = endHeader_.entries();
+    storedDirectoryOffset_ = endHeader_.directoryOffset();
+    directoryEnd_ = endOffset;
+    if (endOffset < zip64LocatorSize) return;
+    input.seek(endOffset - zip64LocatorSize);
+    const std::string locator = readBytes(input, zip64LocatorSize);
+    if (locator.size() < zip64LocatorSize || le32(locator, 0) != zip64LocatorPattern) return;
+
+    // The Zip64 end record holds the counts and the offset that the end
+    // record marks with all ones; the locator says where it lies, counted
+    // from the archive's start or from the file's.
+    const uint64_t stored = le64(locator, 8);
+    const uint64_t archiveOffset = reader.archiveInfo.position;
+    const uint64_t tries[2] = {archiveOffset + stored, stored};
+    const uint64_t locatorOffset = endOffset - zip64LocatorSize;
+    for (int i = 0; i < (archiveOffset == 0 ? 1 : 2); ++i) {
+        if (tries[i] > locatorOffset || locatorOffset - tries[i] < zip64EndSize) continue;
+        input.seek(tries[i]);
+        const std::string record = readBytes(input, zip64EndSize);
+        if (record.size() < zip64EndSize || le32(record, 0) != zip64EndPattern) continue;
+        if (le32(record, 16) != 0 || le32(record, 20) != 0 || le32(locator, 4) != 0 || le32(locator, 16) > 1)
+            throw UnsupportedFormat(multiPart);
+        entries_ = le64(record, 32);
+        storedDirectoryOffset_ = le64(record, 48);
+        directoryEnd_ = tries[i];
+        return;
+    }
+    throw BadFormat("cannot locate the Zip64 end of central directory in zip reader");
+}
+
+void Reader::describeCentral(FileInfo& info) const {
+    const format::zip::CentralHeader& c = centralHeader_;
+    info.method = c.method();
+    info.version = c.versionNeeded() & 0xFF;
+    info.host = static_cast<uint8_t>(c.versionMadeBy() >> 8);
+    info.flags = c.flags();
+    info.name = c.name();
+    info.crc = c.crc();
+    info.dosTime = c.time();
+    info.compressedSize = c.compressedSize();
+    info.uncompressedSize = c.uncompressedSize();
+    info.offset = c.localHeaderOffset();
+    info.modificationTime = modificationTime(c.date(), c.time(), c.extra());
+    info.attributes = static_cast<uint16_t>((c.externalAttributes() & 0xFF) | 0x20);
+    info.text = (c.internalAttributes() & 1) != 0;
+    if (info.host == unixHost) {
+        const uint32_t mode = c.externalAttributes() >> 16;
+        info.permissions = mode & 0777;
+        info.mode = mode;
+        info.link = (mode & 0170000) == 0120000;
+    }
+    // An entry that needs a later version or another method is refused when
+    // its turn comes, so that a client may go on past it.
+    info.unsupported = info.version > versionMet || info.method == 7 || info.method > 8;
+
+    // Fields too small for their value hold all ones; the Zip64 extra field
+    // then holds the value, in this order, and only those values.
+    const bool wantUncompressed = c.uncompressedSize() == marked32;
+    const bool wantCompressed = c.compressedSize() == marked32;
+    const bool wantOffset = c.localHeaderOffset() == marked32;
+    if (wantUncompressed || wantCompressed || wantOffset) {
+        const std::string& extra = c.extra();
+        bool found = false;
+        for (size_t at = 0; at + 4 <= extra.size();) {
+            const uint16_t tag = le16(extra, at);
+            const size_t length = le16(extra, at + 2);
+            at += 4;
+            if (length > extra.size() - at) break;
+            if (tag == zip64Tag) {
+                const size_t needed = 8 * (size_t(wantUncompressed) + wantCompressed + wantOffset);
+                if (length < needed) break;
+                size_t field = at;
+                if (wantUncompressed) info.uncompressedSize = le64(extra, field), field += 8;
+                if (wantCompressed) info.compressedSize = le64(extra, field), field += 8;
+                if (wantOffset) info.offset = le64(extra, field);
+                found = true;
+                break;
+            }
+            at += length;
+        }
+        if (!found) throw BadFormat("invalid Zip64 extra field in zip reader");
+    }
+
+    EntryName name = entryName(c.name(), c.extra(), (c.flags() & utf8Flag) != 0, info.host);
+    info.folder = !c.name().empty() && c.name().back() == '/';
+    if (info.folder) {
+        name.local = folderName(name.local);
+        while (!name.unicode.empty() && name.unicode.back() == '/') name.unicode.pop_back();
+    }
+    info.local = std::move(name.local);
+    info.unicode = std::move(name.unicode);
+    info.separates = backslashHost(info.host);
+    // A file whose name keeps nothing once the parts that could leave the
+    // output folder are dropped ("", "../", "/") would have no place: it gets
+    // a name of its own, which listing and expansion show alike.
+    if (!info.folder) {
+        std::string placed = info.local;
+        if (!info.separates) std::replace(placed.begin(), placed.end(), '\\', '_');
+        if (io::safeComponents(placed).empty()) {
+            info.renamed = true;
+            info.local = "unnamed entry " + std::to_string(info.index + 1);
+            info.unicode = decodeUTF8(info.local);
+        }
+    }
 }
 
 void Reader::scan(stream::random::Input& input, io::random::File&) {
@@ -178,80 +332,68 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
 
     const uint64_t located = endHeader_.locate(input);
     if (located == notFound) throw format::Exception("bad header artfact in format::zip::EndHeader::read()");
-    endOffset = clamp(located);
+    endOffset = located;
     reader.fireProgressScanBegin();
-    if (endOffset != 0) {
-        input.seek(endOffset);
-        endHeader_.read(input, true);
-    }
+    entries_ = 0;
+    if (endOffset != 0) readEnd(input);
     // An empty archive has no directory to find, with or without a prefix.
-    if (endOffset == 0 || endHeader_.entries() == 0) {
-        endHeader_.entries(0);
+    if (endOffset == 0 || entries_ == 0) {
+        entries_ = 0;
         reader.fireProgressScanEnd();
         reader.fireArchiveInfo();
         return;
     }
-
-    directoryOffset = locateDirectory(input, endHeader_.directoryOffset());
-    if (directoryOffset == notFound) {
-        // The directory of a split archive may lie on another disk.
-        if (endHeader_.thisDisk() != 0 || endHeader_.directoryDisk() != 0) throw UnsupportedFormat(multiPart);
-        throw BadFormat("cannot locate the central directory in zip reader");
-    }
-    input.seek(directoryOffset);
+    findDirectory(input);
 
     uint64_t expanded = 0;
     uint64_t compressed = 0;
     std::string root;
     bool sameRoot = true;
     bool fileAtRoot = false;
-    for (uint32_t i = 0; i < endHeader_.entries(); ++i) {
+    FileInfo info;
+    for (uint64_t i = 0; i < entries_; ++i) {
         reader.fireProgressScanStep();
         centralHeader_.read(input, false);
         if (!centralHeader_.valid()) throw BadFormat("invalid central header in zip reader");
-        const bool encrypted = (centralHeader_.flags() & encryptedFlag) != 0;
+        info = FileInfo();
+        info.index = i;
+        describeCentral(info);
+        const bool encrypted = (info.flags & encryptedFlag) != 0;
         if (encrypted) archive.encrypted = true;
 
-        EntryName name =
-            entryName(centralHeader_.name(), centralHeader_.extra(), (centralHeader_.flags() & utf8Flag) != 0);
-        const bool folder = !centralHeader_.name().empty() && centralHeader_.name().back() == '/';
-        if (folder) {
-            name.local = folderName(name.local);
-            while (!name.unicode.empty() && name.unicode.back() == '/') name.unicode.pop_back();
+        if (info.folder) {
             reader.folderInfo.reset();
-            reader.folderInfo.name = name.local;
-            reader.folderInfo.unicodeName(name.unicode);
+            reader.folderInfo.name = info.local;
+            reader.folderInfo.unicodeName(info.unicode);
             reader.fireFolderInfo();
         } else {
             tuckett5::FileInfo& file = reader.fileInfo;
             file.reset();
-            file.name = name.local;
-            file.unicodeName(name.unicode);
-            file.compressedSize(centralHeader_.compressedSize());
-            file.expandedSize(centralHeader_.uncompressedSize());
-            file.modificationTime(
-                modificationTime(centralHeader_.date(), centralHeader_.time(), centralHeader_.extra()));
+            file.name = info.local;
+            file.unicodeName(info.unicode);
+            file.compressedSize(clamp(info.compressedSize));
+            file.expandedSize(clamp(info.uncompressedSize));
+            file.modificationTime(info.modificationTime);
             file.encrypted = encrypted;
-            file.method = methodName(centralHeader_.method());
-            file.crc(centralHeader_.crc());
-            if ((centralHeader_.versionMadeBy() >> 8) == unixHost && (centralHeader_.externalAttributes() >> 16) != 0)
-                file.mode(centralHeader_.externalAttributes() >> 16);
+            file.method = methodName(info.method);
+            file.crc(info.crc);
+            if (info.mode != 0) file.mode(info.mode);
             reader.fireFileInfo();
         }
 
         // The first component of the name as it will be written decides
         // whether the archive has a single root.
-        const std::vector<std::string> components = io::safeComponents(name.local);
+        const std::vector<std::string> components = io::safeComponents(info.local);
         const std::string first = components.empty() ? std::string() : components.front();
         if (i == 0)
             root = first;
         else if (first != root)
             sameRoot = false;
-        if (components.size() <= 1 && !folder) fileAtRoot = true;
+        if (components.size() <= 1 && !info.folder) fileAtRoot = true;
 
         ++archive.fileCount;
-        expanded += centralHeader_.uncompressedSize();
-        uint32_t packed = centralHeader_.compressedSize();
+        expanded += info.uncompressedSize;
+        uint64_t packed = info.compressedSize;
         if (encrypted) packed = packed >= encryptionHeaderSize ? packed - encryptionHeaderSize : 0;
         compressed += packed;
     }
@@ -259,15 +401,33 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
     archive.compressedSize(clamp(compressed));
 
     reader.fireProgressScanEnd();
-    endHeader_.read(input, false);
+    // The directory ends where the records behind it begin.
+    const bool closed = input.tell() == directoryEnd_;
+    input.seek(endOffset);
+    endHeader_.read(input, true);
     archive.comment = endHeader_.comment();
-    if (!endHeader_.valid()) throw BadFormat("invalid signature at the end of the central directory in zip reader");
+    if (!closed) throw BadFormat("invalid signature at the end of the central directory in zip reader");
 
     // One file alone, or everything below one folder, needs no enclosing
     // folder; anything else gets one, which an empty root name asks for.
     const bool single = sameRoot && !root.empty() && (!fileAtRoot || archive.fileCount == 1);
     archive.rootName = single ? root : std::string();
     reader.fireArchiveInfo();
+}
+
+void Reader::findDirectory(stream::random::Input& input) {
+    directoryOffset = locateDirectory(input, storedDirectoryOffset_);
+    if (directoryOffset == notFound) {
+        // The directory of a split archive may lie on another disk.
+        if (endHeader_.thisDisk() != 0 || endHeader_.directoryDisk() != 0) throw UnsupportedFormat(multiPart);
+        throw BadFormat("cannot locate the central directory in zip reader");
+    }
+    // Every central header takes 46 bytes at least: a count that the
+    // directory cannot hold is refused before anything is read.
+    if (directoryOffset > directoryEnd_ ||
+        entries_ > (directoryEnd_ - directoryOffset) / format::zip::CentralHeader::fixed_size)
+        throw BadFormat("invalid central header in zip reader");
+    input.seek(directoryOffset);
 }
 
 void Reader::decode(stream::random::Input& input, io::random::File&) {
@@ -282,130 +442,154 @@ void Reader::decode(stream::random::Input& input, io::random::File&) {
     reader.fireProgressSizeEnd();
     reader.fireProgressFilesEnd();
     reader.fireArchiveDecodeEnd();
-    reader.nextPosition = clamp(uint64_t(endOffset) + endHeader_.size());
+    reader.nextPosition = clamp(endOffset + endHeader_.size());
 }
 
 void Reader::decodeAll(stream::random::Input& input) {
-    input.seek(endOffset);
-    endHeader_.read(input, true);
+    readEnd(input);
     if (endHeader_.thisDisk() != 0 || endHeader_.directoryDisk() != 0) throw UnsupportedFormat(multiPart);
-    if (endHeader_.directorySize() == 0 || endHeader_.entries() == 0) return;
+    if (entries_ == 0) return;
 
-    input.seek(directoryOffset);
+    findDirectory(input);
     centralHeader_.read(input, false);
     if (!centralHeader_.valid()) throw BadFormat("invalid central directory entry in zip reader");
     input.seek(directoryOffset);
     unzipAll(input);
 }
 
-void Reader::unzipAll(stream::random::Input& input) {
-    bytesDone = 0;
-    files_.clear();
-    for (uint32_t i = 0; i < endHeader_.entries(); ++i) {
+void Reader::findLocal(stream::random::Input& input, FileInfo& info) {
+    format::zip::LocalHeader header;
+    info.offset = locateLocalHeader(input, info.offset, header, info.name);
+    info.dataOffset = info.offset + header.size();
+    // The local header only repeats what the directory says; one that says
+    // otherwise about how the data is stored is damaged.
+    if (!header.valid() || header.method() != info.method ||
+        (header.flags() & encryptedFlag) != (info.flags & encryptedFlag))
+        throw BadFormat("bad local header in zip reader");
+}
+
+void Reader::checkLayout(stream::random::Input& input) {
+    // Each entry's place: where its local header starts and where its data
+    // ends. Sixteen bytes an entry is all that the whole directory keeps.
+    struct Span {
+        uint64_t start;
+        uint64_t end;
+    };
+    std::vector<Span> spans;
+    spans.reserve(static_cast<size_t>(std::min<uint64_t>(entries_, 1u << 20)));
+    uint64_t at = directoryOffset;
+    FileInfo info;
+    for (uint64_t i = 0; i < entries_; ++i) {
+        input.seek(at);
         centralHeader_.read(input, false);
         if (!centralHeader_.valid()) throw BadFormat("invalid central header in zip reader");
-        auto info = std::make_unique<FileInfo>();
-        // An entry that needs a later version or another method is refused
-        // when its turn comes, so that a client may go on past it.
-        const uint16_t method = centralHeader_.method();
-        info->unsupported = (centralHeader_.versionNeeded() & 0xFF) >= 21 || method >= 9 || method == 7;
-        info->method = method;
-        info->version = centralHeader_.versionNeeded() & 0xFF;
-        info->name = centralHeader_.name();
-        info->crc = centralHeader_.crc();
-        info->compressedSize = centralHeader_.compressedSize();
-        info->uncompressedSize = centralHeader_.uncompressedSize();
-        info->offset = centralHeader_.localHeaderOffset();
-        info->attributes = static_cast<uint16_t>((centralHeader_.externalAttributes() & 0xFF) | 0x20);
-        info->flags = centralHeader_.flags();
-        info->text = (centralHeader_.internalAttributes() & 1) != 0;
-        if ((centralHeader_.versionMadeBy() >> 8) == unixHost) {
-            const uint32_t mode = centralHeader_.externalAttributes() >> 16;
-            info->permissions = mode & 0777;
-            info->link = (mode & 0170000) == 0120000;
-        }
-        files_.push_back(std::move(info));
+        at = input.tell();
+        info = FileInfo();
+        info.index = i;
+        describeCentral(info);
+        findLocal(input, info);
+        // A size that reaches past all the input ends at once.
+        const uint64_t end =
+            info.compressedSize > ~uint64_t(0) - info.dataOffset ? ~uint64_t(0) : info.dataOffset + info.compressedSize;
+        spans.push_back({info.offset, end});
     }
-
-    for (const auto& info : files_) {
-        format::zip::LocalHeader header;
-        locateLocalHeader(input, info->offset, header, info->name);
-        // The header of an entry that cannot be read is only wanted for its name.
-        if (!header.valid() && !info->unsupported) throw BadFormat("bad local header in zip reader");
-        // With a data descriptor the local fields may be zero; the directory
-        // has the real ones.
-        if (header.flags() & descriptorFlag) {
-            header.crc(info->crc);
-            header.compressedSize(info->compressedSize);
-            header.uncompressedSize(info->uncompressedSize);
-        }
-        if (header.folder())
-            unzipFolder(*info, header);
-        else
-            unzipFile(input, *info, header);
+    // In the order of their place in the archive, each entry's header and
+    // data must end before the next entry's header, and the last before the
+    // central directory. Entries that share data (a few kilobytes that
+    // expand to gigabytes once for every entry) are refused as a whole.
+    std::sort(spans.begin(), spans.end(), [](const Span& a, const Span& b) { return a.start < b.start; });
+    for (size_t k = 0; k < spans.size(); ++k) {
+        const bool last = k + 1 == spans.size();
+        if (spans[k].end <= (last ? directoryOffset : spans[k + 1].start)) continue;
+        if (last) throw BadFormat("entry data runs into the central directory in zip reader");
+        throw BadFormat("overlapping entries in zip reader");
     }
 }
 
-void Reader::unzipFile(stream::random::Input& input, const FileInfo& info, format::zip::LocalHeader& header) {
-    const EntryName name = entryName(header.name(), header.extra(), (header.flags() & utf8Flag) != 0);
+void Reader::unzipAll(stream::random::Input& input) {
+    bytesDone = 0;
+    checkLayout(input);
+    // The directory is read once more, entry by entry, so that memory stays
+    // the same however many entries it holds.
+    uint64_t at = directoryOffset;
+    FileInfo info;
+    for (uint64_t i = 0; i < entries_; ++i) {
+        input.seek(at);
+        centralHeader_.read(input, false);
+        at = input.tell();
+        info = FileInfo();
+        info.index = i;
+        describeCentral(info);
+        findLocal(input, info);
+        if (info.folder)
+            unzipFolder(info);
+        else
+            unzipFile(input, info);
+    }
+}
+
+void Reader::unzipFile(stream::random::Input& input, const FileInfo& info) {
     Entry entry;
     // A link made on Unix holds its target as its data.
     if (info.link) entry.kind = Entry::Kind::link;
-    entry.name = name.local;
-    entry.unicodeName = name.unicode;
-    entry.compressedSize(header.compressedSize());
-    entry.dataSize(header.uncompressedSize());
+    entry.name = info.local;
+    entry.unicodeName = info.unicode;
+    entry.backslashSeparates = info.separates;
+    entry.compressedSize(info.compressedSize);
+    entry.dataSize(info.uncompressedSize);
     entry.resourceSize(0);
-    entry.modificationTime(modificationTime(header.date(), header.time(), header.extra()));
+    entry.modificationTime(info.modificationTime);
     entry.encrypted = (info.flags & encryptedFlag) != 0;
     entry.attributes(info.attributes);
     if (info.permissions != 0) entry.permissions(info.permissions);
     entry.text = info.text;
+    entry.method = methodName(info.method);
+    entry.crc(info.crc);
     entry.invalidData = invalidData;
+    if (info.renamed)
+        reader.itemWarnings.push_back({info.local, "", "", "an entry whose stored name has no place is written as"});
     expandFile(entry, [&] {
         if (info.unsupported) {
             const bool knownMethod = info.method < 9 && info.method != 7;
             if (!knownMethod)
                 explain(methodName(info.method) + " Zip entries are not supported");
-            else if (info.version == 45)
-                explain("Zip64 entries are not supported");
             else
                 explain("Zip entries that need version " + std::to_string(info.version / 10) + "." +
                         std::to_string(info.version % 10) + " are not supported");
             throw UnsupportedMethod("unsupported compression method in zip reader");
         }
-        unzipFileData(input, dataFork(), header, info);
+        unzipFileData(input, dataFork(), info);
     });
 }
 
-void Reader::unzipFolder(const FileInfo&, format::zip::LocalHeader& header) {
-    const EntryName name = entryName(header.name(), header.extra(), (header.flags() & utf8Flag) != 0);
+void Reader::unzipFolder(const FileInfo& info) {
     Entry entry;
     entry.kind = Entry::Kind::folder;
-    entry.name = folderName(name.local);
-    entry.unicodeName = name.unicode;
-    while (!entry.unicodeName.empty() && entry.unicodeName.back() == '/') entry.unicodeName.pop_back();
+    entry.name = info.local;
+    entry.unicodeName = info.unicode;
+    entry.backslashSeparates = info.separates;
     expandFolder(entry);
 }
 
-void Reader::unzipFileData(stream::random::Input& input, stream::Output& output, format::zip::LocalHeader& header,
-                           const FileInfo& info) {
-    std::unique_ptr<MethodReader> method = MethodReader::make(header.method(), header.flags(), reader);
+void Reader::unzipFileData(stream::random::Input& input, stream::Output& output, const FileInfo& info) {
+    std::unique_ptr<MethodReader> method = MethodReader::make(info.method, info.flags, reader);
     if (!method) throw UnsupportedMethod("zip reader encountered a file with an unsupported compression method");
+    const uint64_t before = bytesDone;
     method->count = bytesDone;
-    method->compressedLimit(header.compressedSize());
-    method->uncompressedLimit(header.uncompressedSize());
+    method->compressedLimit(info.compressedSize);
+    method->uncompressedLimit(info.uncompressedSize);
+    input.seek(info.dataOffset);
 
     if (!(info.flags & encryptedFlag)) {
         method->decode(input, output);
     } else {
-        const uint32_t packed = header.compressedSize();
+        const uint64_t packed = info.compressedSize;
         method->compressedLimit(packed >= encryptionHeaderSize ? packed - encryptionHeaderSize : 0);
         algorithm::zipcrypt::Cipher cipher(reader.password);
         format::zip::EncryptionHeader encryption(cipher);
         // With a data descriptor the CRC was not known when the header was
         // written, so the check byte comes from the time instead.
-        const uint32_t check = (header.flags() & descriptorFlag) ? header.time() >> 8 : header.crc() >> 24;
+        const uint32_t check = (info.flags & descriptorFlag) ? uint32_t(info.dosTime) >> 8 : info.crc >> 24;
         encryption.expect(static_cast<char>(check & 0xFF));
         try {
             encryption.read(input, true);
@@ -417,7 +601,9 @@ void Reader::unzipFileData(stream::random::Input& input, stream::Output& output,
         method->decode(decrypted, output);
     }
     bytesDone = method->count;
-    if (method->crc() != header.crc()) throw BadData(invalidData);
+    // Output beyond the declared size is stopped as it is written; output
+    // that falls short of it is as wrong.
+    if (method->count - before != info.uncompressedSize || method->crc() != info.crc) throw BadData(invalidData);
 }
 
 }  // namespace engine5::zip

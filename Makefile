@@ -14,7 +14,7 @@ WINDOWS_ARCHS := i686 x86_64
 windows_configure = cmake -S . -B build/windows-$(1) $(GENERATOR) -DCMAKE_BUILD_TYPE=Release \
 	-DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/cmake/toolchain-mingw-$(1).cmake -DCRATEWERK_BENCH=OFF
 
-.PHONY: all setup release test asan test-asan bench clean windows windows-tests demo dialogs
+.PHONY: all setup release test test-slow asan test-asan bench clean windows windows-tests demo dialogs
 
 all: release
 
@@ -26,8 +26,12 @@ release: setup
 	@cmake --build build/release -j $(JOBS)
 
 test: release windows-tests
-	@cd build/release && ctest --output-on-failure -j $(JOBS)
+	@cd build/release && ctest -LE slow --output-on-failure -j $(JOBS)
 	@cd build/windows-x86_64 && ctest -L windows --output-on-failure -j $(JOBS)
+
+# The tests labelled slow (more than a few seconds each), which `make test` leaves out.
+test-slow: release
+	@cd build/release && ctest -L slow --output-on-failure -j $(JOBS)
 
 # Everything of both Windows builds: build/windows-i686, build/windows-x86_64.
 windows: setup

@@ -184,3 +184,33 @@ TEST(WrittenZipHeaders, FollowTheRulesOfTheFormat) {
 }
 
 }  // namespace
+
+namespace {
+
+// More entries than the end record can count: the Zip64 end record and its
+// locator carry the count. Slow, for the file system's sake.
+TEST(SlowZip64, MoreThan65535EntriesPassThePeers) {
+    if (!have("unzip") || !have("7z") || !have("python3")) GTEST_SKIP() << "unzip, 7z or python3 is missing";
+    test::Scratch scratch;
+    const int files = 65540;
+    for (int i = 0; i < files; ++i) {
+        const fs::path folder = scratch.path() / "many" / std::to_string(i / 1000);
+        if (i % 1000 == 0) fs::create_directories(folder);
+        std::string name = "f";
+        name += std::to_string(i);
+        std::ofstream(folder / name) << i;
+    }
+    const Ran made = run(quote(CRATEWERK_PROGRAM) + " zip -q many -o a.zip", scratch.path());
+    ASSERT_EQ(made.status, 0) << made.out;
+    EXPECT_EQ(run("unzip -tq a.zip", scratch.path()).status, 0);
+    EXPECT_EQ(run("7z t a.zip", scratch.path()).status, 0);
+    const Ran python = run("python3 -c " + quote("import zipfile\n"
+                                                 "z = zipfile.ZipFile('a.zip')\n"
+                                                 "names = [i.filename for i in z.infolist()]\n"
+                                                 "print(len(names), z.testzip(), z.read('many/65/f65539'))\n"),
+                           scratch.path());
+    // The files, their 66 folders and the top folder.
+    EXPECT_EQ(python.out, "65607 None b'65539'\n");
+}
+
+}  // namespace

@@ -81,8 +81,7 @@ const int registered = [] {
         benchmark::RegisterBenchmark(("Deflate6/cratewerk/" + file).c_str(), [i](benchmark::State& s) {
             deflateCratewerk<algorithm::deflate::Compressor>(s, i, 6);
         })->Unit(benchmark::kMillisecond);
-        benchmark::RegisterBenchmark(("Deflate6/zlib/" + file).c_str(), deflateZlib, i)
-            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark(("Deflate6/zlib/" + file).c_str(), deflateZlib, i)->Unit(benchmark::kMillisecond);
         benchmark::RegisterBenchmark(("Deflate6/libdeflate/" + file).c_str(), deflateLibdeflate, i, 6)
             ->Unit(benchmark::kMillisecond);
         benchmark::RegisterBenchmark(("DeflateBest/cratewerk/" + file).c_str(), [i](benchmark::State& s) {

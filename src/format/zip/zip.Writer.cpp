@@ -26,7 +26,6 @@
 #include "stream/stream.FilterOutput.h"
 #include "stream/stream.LimitedInput.h"
 #include "stream/stream.progress.h"
-#include "un/un.assert.h"
 
 namespace engine5::zip {
 
@@ -220,7 +219,6 @@ void Writer::insertDirectory(const std::string& path, const std::string& base) {
     std::string prefix = path;
     if (prefix.back() != io::Path::separator) prefix += io::Path::separator;
     for (const io::Folder::Entry& entry : io::Folder::list(path)) {
-        un_assert(entry.name != "." && entry.name != "..");
         const std::string child = prefix + entry.name;
         // Links to folders are not followed, so that the walk always ends.
         if (entry.directory && entry.link) continue;

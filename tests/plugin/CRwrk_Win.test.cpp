@@ -65,7 +65,8 @@ TEST_P(Refusals, GiveTheHostTheirCode) {
     std::filesystem::create_directory(dir / "folder");
     writeFile(dir / "plain.txt", "not an archive at all\n");
     std::string text = GetParam().parameters;
-    for (auto [key, value] : {std::pair<std::string, std::string>{"{dir}", dir / "folder"}, {"{file}", dir / "plain.txt"}})
+    for (auto [key, value] :
+         {std::pair<std::string, std::string>{"{dir}", dir / "folder"}, {"{file}", dir / "plain.txt"}})
         for (size_t at; (at = text.find(key)) != std::string::npos;) text.replace(at, key.size(), value);
     LoadedPlugin plugin;
     EXPECT_EQ(plugin.call(GetParam().function, text), GetParam().result);
@@ -77,13 +78,12 @@ INSTANTIATE_TEST_SUITE_P(
     Parameters, Refusals,
     ::testing::Values(Refusal{kCRwrkTuck, "", "-50||"}, Refusal{kCRwrkZip, "|{file}", "-50||"},
                       Refusal{kCRwrkExpand, "|b", "-50||"}, Refusal{kCRwrkExpand, "", "-50||"},
-                      Refusal{kCRwrkGZip, "{dir}", "-50||"}, Refusal{kCRwrkZip, "{dir}", kUnsupported},
+                      Refusal{kCRwrkGZip, "{dir}", "-50||"}, Refusal{kCRwrkZip, "{file}|{dir}", "-50||"},
                       Refusal{kCRwrkTar, "{dir}", kUnsupported}, Refusal{kCRwrkGZip, "{file}", kUnsupported},
                       Refusal{kCRwrkTuck, "{file}|{dir}", "-50||"}, Refusal{kCRwrkTuck, "{dir}|{dir}/", "-50||"},
                       Refusal{kCRwrkExpand, "{file}|{file}", kUnsupported},
-                      Refusal{kCRwrkExpand, "{file}||secret", kUnsupported},
-                      Refusal{kCRwrkGetPath, "-files", "-50||"}, Refusal{kCRwrkGetPath, "-ask", "-50||"},
-                      Refusal{kCRwrkGetPath, "onlyFiles", "-50||"}));
+                      Refusal{kCRwrkExpand, "{file}||secret", kUnsupported}, Refusal{kCRwrkGetPath, "-files", "-50||"},
+                      Refusal{kCRwrkGetPath, "-ask", "-50||"}, Refusal{kCRwrkGetPath, "onlyFiles", "-50||"}));
 
 // A path of exactly 1023 bytes; outside Windows, whose paths are shorter,
 // to an existing file that is no archive.
@@ -153,10 +153,10 @@ TEST(Functions, TheFirstAskFixesThePromptOfLaterOnes) {
     EXPECT_EQ(plugin.call(kCRwrkTuck, "-ask"), "-128||");
     EXPECT_EQ(plugin.call(kCRwrkGetPath, "-onlyFolders"), "-128||");  // has its own prompt
     EXPECT_EQ(plugin.call(kCRwrkGZip, "/x|-ask"), "-128||");
-    EXPECT_EQ(plugin.asked(), (Lines{"ChooseFile: Select the file you want to expand.",
-                                     "ChooseItem: Select the file you want to expand.",
-                                     "ChooseFolder: Select a folder.",
-                                     "ChooseNewFile: Select the file you want to expand."}));
+    EXPECT_EQ(
+        plugin.asked(),
+        (Lines{"ChooseFile: Select the file you want to expand.", "ChooseItem: Select the file you want to expand.",
+               "ChooseFolder: Select a folder.", "ChooseNewFile: Select the file you want to expand."}));
 }
 
 TEST(Functions, ChosenPathsAreUsed) {
@@ -169,7 +169,8 @@ TEST(Functions, ChosenPathsAreUsed) {
 }
 
 // Formats without a writer refuse the request only after the archive's place
-// was cleared: the name is the source's with the format's suffix.
+// was cleared: the name is the source's with the format's suffix. CRwrk-Zip
+// replaces what had its archive's name, and ignores a password.
 TEST(Functions, CompressionClearsTheArchivesPlaceBeforeItIsRefused) {
     TempDir dir;
     writeFile(dir / "b.txt", "source");
@@ -177,8 +178,8 @@ TEST(Functions, CompressionClearsTheArchivesPlaceBeforeItIsRefused) {
     writeFile(dir / "named.tar", "old archive");
     writeFile(dir / "b.txt.tkt", "old archive");
     LoadedPlugin plugin;
-    EXPECT_EQ(plugin.call(kCRwrkZip, dir / "b.txt||password ignored"), kUnsupported);
-    EXPECT_FALSE(std::filesystem::exists(dir / "b.txt.zip"));
+    EXPECT_EQ(plugin.call(kCRwrkZip, dir / "b.txt||password ignored"), dir / "b.txt.zip");
+    EXPECT_EQ(plugin.call(kCRwrkExpand, dir / "b.txt.zip|" + dir / "out"), dir / plugintest::native("out/b.txt"));
     EXPECT_EQ(plugin.call(kCRwrkTar, dir / "b.txt|" + dir / "named.tar"), kUnsupported);
     EXPECT_FALSE(std::filesystem::exists(dir / "named.tar"));
     EXPECT_TRUE(std::filesystem::exists(dir / "b.txt.tkt"));
@@ -207,4 +208,4 @@ TEST(Functions, AMemoryErrorOnTheVersionTextIsReported) {
     EXPECT_EQ(plugin.call(kCRwrkGetPath, ""), "-108||");
 }
 
-} // namespace
+}  // namespace

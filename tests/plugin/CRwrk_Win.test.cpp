@@ -65,8 +65,7 @@ TEST_P(Refusals, GiveTheHostTheirCode) {
     std::filesystem::create_directory(dir / "folder");
     writeFile(dir / "plain.txt", "not an archive at all\n");
     std::string text = GetParam().parameters;
-    for (auto [key, value] :
-         {std::pair<std::string, std::string>{"{dir}", dir / "folder"}, {"{file}", dir / "plain.txt"}})
+    for (auto [key, value] : {std::pair<std::string, std::string>{"{dir}", dir / "folder"}, {"{file}", dir / "plain.txt"}})
         for (size_t at; (at = text.find(key)) != std::string::npos;) text.replace(at, key.size(), value);
     LoadedPlugin plugin;
     EXPECT_EQ(plugin.call(GetParam().function, text), GetParam().result);
@@ -82,8 +81,9 @@ INSTANTIATE_TEST_SUITE_P(
                       Refusal{kCRwrkTar, "{dir}", kUnsupported}, Refusal{kCRwrkGZip, "{file}", kUnsupported},
                       Refusal{kCRwrkTuck, "{file}|{dir}", "-50||"}, Refusal{kCRwrkTuck, "{dir}|{dir}/", "-50||"},
                       Refusal{kCRwrkExpand, "{file}|{file}", kUnsupported},
-                      Refusal{kCRwrkExpand, "{file}||secret", kUnsupported}, Refusal{kCRwrkGetPath, "-files", "-50||"},
-                      Refusal{kCRwrkGetPath, "-ask", "-50||"}, Refusal{kCRwrkGetPath, "onlyFiles", "-50||"}));
+                      Refusal{kCRwrkExpand, "{file}||secret", kUnsupported},
+                      Refusal{kCRwrkGetPath, "-files", "-50||"}, Refusal{kCRwrkGetPath, "-ask", "-50||"},
+                      Refusal{kCRwrkGetPath, "onlyFiles", "-50||"}));
 
 // A path of exactly 1023 bytes; outside Windows, whose paths are shorter,
 // to an existing file that is no archive.
@@ -153,10 +153,10 @@ TEST(Functions, TheFirstAskFixesThePromptOfLaterOnes) {
     EXPECT_EQ(plugin.call(kCRwrkTuck, "-ask"), "-128||");
     EXPECT_EQ(plugin.call(kCRwrkGetPath, "-onlyFolders"), "-128||");  // has its own prompt
     EXPECT_EQ(plugin.call(kCRwrkGZip, "/x|-ask"), "-128||");
-    EXPECT_EQ(
-        plugin.asked(),
-        (Lines{"ChooseFile: Select the file you want to expand.", "ChooseItem: Select the file you want to expand.",
-               "ChooseFolder: Select a folder.", "ChooseNewFile: Select the file you want to expand."}));
+    EXPECT_EQ(plugin.asked(), (Lines{"ChooseFile: Select the file you want to expand.",
+                                     "ChooseItem: Select the file you want to expand.",
+                                     "ChooseFolder: Select a folder.",
+                                     "ChooseNewFile: Select the file you want to expand."}));
 }
 
 TEST(Functions, ChosenPathsAreUsed) {
@@ -208,4 +208,4 @@ TEST(Functions, AMemoryErrorOnTheVersionTextIsReported) {
     EXPECT_EQ(plugin.call(kCRwrkGetPath, ""), "-108||");
 }
 
-}  // namespace
+} // namespace

@@ -117,10 +117,10 @@ TEST(Zip, AnArchiveOfAFolderExpandsToTheSameTree) {
     EXPECT_EQ(plugin.call(kCRwrkZip, dir / "src|" + dir / "named.zip|ignored"), dir / "named.zip");
     EXPECT_EQ(plugin.call(kCRwrkExpand, dir / "named.zip|" + dir / "out"), dir / native("out/src"));
     EXPECT_EQ(treeOf(dir / "out"), (Tree{{"src", "/"},
-                                         {"src/hollow", "/"},
-                                         {"src/sub", "/"},
-                                         {"src/sub/empty", ""},
-                                         {"src/text.txt", std::string(30000, 't') + noise(3000, 5)}}));
+                                        {"src/hollow", "/"},
+                                        {"src/sub", "/"},
+                                        {"src/sub/empty", ""},
+                                        {"src/text.txt", std::string(30000, 't') + noise(3000, 5)}}));
     EXPECT_EQ(plugin.call(kCRwrkExpand, dir / "b.txt.zip|" + dir / "one"), dir / native("one/b.txt"));
     EXPECT_EQ(readFile(dir / native("one/b.txt")), "single\n");
 }

@@ -14,7 +14,7 @@ WINDOWS_ARCHS := i686 x86_64
 windows_configure = cmake -S . -B build/windows-$(1) $(GENERATOR) -DCMAKE_BUILD_TYPE=Release \
 	-DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/cmake/toolchain-mingw-$(1).cmake -DCRATEWERK_BENCH=OFF
 
-.PHONY: all setup release test test-slow asan test-asan bench clean windows windows-tests demo dialogs
+.PHONY: all setup release test test-slow asan test-asan bench clean windows windows-tests demo dialogs fuzz
 
 all: release
 
@@ -83,6 +83,14 @@ bench: release
 	@CRATEWERK_CORPUS=build/corpus build/release/bench/cratewerk_bench --benchmark_min_time=0.2 \
 		--benchmark_out=build/bench.json --benchmark_out_format=json $(BENCH_ARGS)
 	@python3 bench/report.py build/bench.json
+
+# The libFuzzer harnesses (clang, in build/fuzz), each run FUZZ_S seconds on its corpus.
+FUZZ_S ?= 60
+fuzz: setup
+	@cmake -S . -B build/fuzz $(GENERATOR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ \
+		-DCRATEWERK_FUZZ=ON -DCRATEWERK_TESTS=OFF -DCRATEWERK_BENCH=OFF >/dev/null
+	@cmake --build build/fuzz -j $(JOBS) --target fuzzers
+	@bash fuzz/run.sh build/fuzz $(FUZZ_S)
 
 clean:
 	rm -rf build

@@ -13,6 +13,8 @@ packages=(
   libarchive-dev g++-multilib lib32z1-dev dpkg-dev
   # peers for interop tests
   zip unzip p7zip-full ncompress sharutils bzip2 gzip tar arj jlha-utils arc python3
+  # fuzzing (make fuzz): clang and its libFuzzer runtime
+  clang libclang-rt-14-dev
 )
 
 # Debian's source packages, from which third_party/build.sh builds the libraries

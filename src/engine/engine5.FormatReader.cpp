@@ -373,6 +373,7 @@ namespace {
 
 constexpr uint64_t longestLinkTarget = 4096;
 
+#ifndef _WIN32
 // Whether a link at `path` whose target is `target` leads to a place inside
 // `folder`, judged from the link's own place and by the names alone.
 bool staysInside(const std::string& folder, const std::string& path, const std::string& target) {
@@ -384,6 +385,7 @@ bool staysInside(const std::string& folder, const std::string& path, const std::
     const fs::path inside = resolved.lexically_relative(fs::path(folder).lexically_normal());
     return !inside.empty() && *inside.begin() != ".." && inside != ".";
 }
+#endif
 
 }  // namespace
 

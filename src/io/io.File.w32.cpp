@@ -2,6 +2,7 @@
 
 #include "io/io.Exception.h"
 #include "io/io.File.h"
+#include "io/io.LongPath.h"
 
 namespace io {
 
@@ -10,7 +11,7 @@ namespace {
 HANDLE native(intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }
 
 intptr_t openFile(const std::string& path, DWORD access, DWORD share, DWORD disposition) {
-    HANDLE handle = CreateFileA(path.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+    HANDLE handle = longpath::createFile(path, access, share, disposition, FILE_ATTRIBUTE_NORMAL);
     return handle == INVALID_HANDLE_VALUE ? -1 : reinterpret_cast<intptr_t>(handle);
 }
 
@@ -82,7 +83,7 @@ uint64_t File::size() const {
 
 void File::unlink(bool strict) {
     release();
-    if (!DeleteFileA(path_.c_str()) && strict) throw Exception("io::File::unlink() cannot delete " + path_);
+    if (!longpath::deleteFile(path_) && strict) throw Exception("io::File::unlink() cannot delete " + path_);
 }
 
 namespace random {

@@ -4,19 +4,20 @@
 
 #include "io/io.Exception.h"
 #include "io/io.Folder.h"
+#include "io/io.LongPath.h"
 #include "io/io.Path.h"
 
 namespace io {
 
 bool Folder::makeOne(const std::string& path) {
-    return CreateDirectoryA(path.c_str(), nullptr) || (GetLastError() == ERROR_ALREADY_EXISTS && Path::directory(path));
+    return longpath::createDirectory(path) || (GetLastError() == ERROR_ALREADY_EXISTS && Path::directory(path));
 }
 
 std::vector<Folder::Entry> Folder::list(const std::string& path) {
     std::string prefix = path;
     if (!prefix.empty() && prefix.back() != '\\' && prefix.back() != '/') prefix += '\\';
     WIN32_FIND_DATAA data;
-    HANDLE search = FindFirstFileA((prefix + "*").c_str(), &data);
+    HANDLE search = longpath::findFirst(prefix + "*", data);
     if (search == INVALID_HANDLE_VALUE) throw InputException("io::Folder::list() cannot read " + path);
     std::vector<Entry> entries;
     do {

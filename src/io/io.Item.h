@@ -63,8 +63,14 @@ public:
     virtual bool hidden() const { return attribute(hiddenBit); }
     virtual void hidden(bool on) { attribute(hiddenBit, on); }
 
-    static int64_t seconds(uint64_t fileTime) { return (int64_t(fileTime) - int64_t(epoch1970)) / 10000000; }
-    static uint64_t fileTime(int64_t seconds) { return uint64_t(seconds * 10000000 + int64_t(epoch1970)); }
+    // Seconds since 1970 of a file time, rounded toward 1970. Any 64-bit file
+    // time converts, even one that a hostile archive stores.
+    static int64_t seconds(uint64_t fileTime) {
+        return fileTime >= epoch1970 ? int64_t((fileTime - epoch1970) / 10000000)
+                                     : -int64_t((epoch1970 - fileTime) / 10000000);
+    }
+    // Wraps, without overflow, for times that no file time can hold.
+    static uint64_t fileTime(int64_t seconds) { return uint64_t(seconds) * 10000000u + epoch1970; }
 
 protected:
     // A non-empty argument replaces the stored path.

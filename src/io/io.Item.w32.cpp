@@ -2,6 +2,7 @@
 
 #include "io/io.Exception.h"
 #include "io/io.Item.h"
+#include "io/io.LongPath.h"
 
 namespace io {
 
@@ -16,8 +17,8 @@ const char* const setTexts[] = {"cannot set the creation time of ", "cannot set 
 
 // Folders open too, through the backup-semantics flag.
 HANDLE openForTimes(const std::string& path, DWORD access) {
-    HANDLE handle = CreateFileA(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                                FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    HANDLE handle =
+        longpath::createFile(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
     if (handle == INVALID_HANDLE_VALUE) throw Exception("cannot open " + path);
     return handle;
 }
@@ -55,14 +56,14 @@ uint32_t Item::permissions() const { return 0; }
 void Item::permissions(uint32_t) {}
 
 uint32_t Item::win32Attributes() const {
-    DWORD attributes = GetFileAttributesA(path_.c_str());
+    DWORD attributes = longpath::attributes(path_);
     if (attributes == INVALID_FILE_ATTRIBUTES) throw Exception("cannot get the attributes of " + path_);
     return attributes;
 }
 
 void Item::win32Attributes(uint32_t attributes) {
     if (attributes == 0) return;
-    if (!SetFileAttributesA(path_.c_str(), attributes)) throw Exception("cannot set the attributes of " + path_);
+    if (!longpath::setAttributes(path_, attributes)) throw Exception("cannot set the attributes of " + path_);
 }
 
 } // namespace io

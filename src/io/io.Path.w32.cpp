@@ -2,21 +2,22 @@
 
 #include "io/io.Exception.h"
 #include "io/io.Path.h"
+#include "io/io.LongPath.h"
 
 namespace io {
 
 bool Path::exists(const std::string& path) {
-    return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+    return longpath::attributes(path) != INVALID_FILE_ATTRIBUTES;
 }
 
 bool Path::directory(const std::string& path) {
     if (path.empty()) return false;
-    DWORD attributes = GetFileAttributesA(path.c_str());
+    DWORD attributes = longpath::attributes(path);
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
 void Path::makeDirectory(const std::string& path) {
-    if (CreateDirectoryA(path.c_str(), nullptr)) return;
+    if (longpath::createDirectory(path)) return;
     if (GetLastError() == ERROR_ALREADY_EXISTS && directory(path)) return;
     throw Exception("cannot create (directory) " + path);
 }
@@ -35,7 +36,7 @@ namespace io {
 
 bool Path::link(const std::string& path) {
     if (path.empty()) return false;
-    DWORD attributes = GetFileAttributesA(path.c_str());
+    DWORD attributes = longpath::attributes(path);
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 

@@ -18,8 +18,10 @@ bool deviceName(const std::string& component) {
     for (char& c : base) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     if (base == "CON" || base == "PRN" || base == "AUX" || base == "NUL" || base == "CONIN$" || base == "CONOUT$")
         return true;
-    return base.size() == 4 && (base.compare(0, 3, "COM") == 0 || base.compare(0, 3, "LPT") == 0) &&
-           base[3] >= '1' && base[3] <= '9';
+    // The digit may be a superscript one, two or three of the ANSI code page.
+    const unsigned char digit = base.size() == 4 ? static_cast<unsigned char>(base[3]) : 0;
+    return (base.compare(0, 3, "COM") == 0 || base.compare(0, 3, "LPT") == 0) &&
+           ((digit >= '1' && digit <= '9') || digit == 0xB9 || digit == 0xB2 || digit == 0xB3);
 }
 #endif
 

@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include "io/io.Exception.h"
+#include "io/io.LongPath.h"
 #include "io/io.ntfs.Rsrc.h"
 #include "stream/stream.Array.h"
 
@@ -13,7 +14,7 @@ const char* const infoStream = ":AFP_AfpInfo:$DATA";
 const char* const fileInfoStream = ":AFP_FileInfo:$DATA";
 
 HANDLE openStream(const std::string& path, const char* stream, DWORD access, DWORD share, DWORD disposition) {
-    return CreateFileA((path + stream).c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return longpath::createFile(path + stream, access, share, disposition, FILE_ATTRIBUTE_NORMAL);
 }
 
 } // namespace
@@ -55,7 +56,7 @@ void Rsrc::write(const char* buffer, uint32_t count) {
 
 void Rsrc::unlink(bool strict) {
     release();
-    if (!DeleteFileA(path_.c_str()) && strict)
+    if (!longpath::deleteFile(path_) && strict)
         throw Exception("io::ntfs::Rsrc::unlink() cannot delete the resource fork of " + path_);
 }
 

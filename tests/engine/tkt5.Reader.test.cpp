@@ -11,14 +11,15 @@
 #include <vector>
 
 #include "algorithm/algorithm.Exception.h"
+#include "engine/engine.Scratch.h"
 #include "engine/t5.Exception.h"
 #include "engine/t5.Reader.h"
-#include "engine/engine.Scratch.h"
 #include "format/bin/bin.Header.h"
 #include "format/format.Number.h"
 #include "io/io.Path.h"
 #include "io/io.ntfs.Rsrc.h"
 #include "stream/stream.Array.h"
+#include "support/events.h"
 #include "support/tkt5.Builder.h"
 
 namespace {
@@ -46,82 +47,9 @@ std::string pattern(size_t n, uint32_t seed, bool text) {
 }
 
 // A reader that writes down every event it sees, in order.
-class Recording : public tuckett5::Reader,
-                  public tuckett5::event::ArchiveDecodeBeginListener,
-                  public tuckett5::event::ArchiveDecodeEndListener,
-                  public tuckett5::event::ArchiveInfoListener,
-                  public tuckett5::event::FileChangedNameListener,
-                  public tuckett5::event::FileDecodeBeginListener,
-                  public tuckett5::event::FileDecodeEndListener,
-                  public tuckett5::event::FileInfoListener,
-                  public tuckett5::event::FolderDecodeBeginListener,
-                  public tuckett5::event::FolderDecodeEndListener,
-                  public tuckett5::event::FolderInfoListener,
-                  public tuckett5::event::ProgressFilesBeginListener,
-                  public tuckett5::event::ProgressFilesEndListener,
-                  public tuckett5::event::ProgressFilesMoveListener,
-                  public tuckett5::event::ProgressScanBeginListener,
-                  public tuckett5::event::ProgressScanEndListener,
-                  public tuckett5::event::ProgressScanStepListener,
-                  public tuckett5::event::ProgressSizeBeginListener,
-                  public tuckett5::event::ProgressSizeEndListener,
-                  public tuckett5::event::ProgressSizeMoveListener {
+class Recording : public tuckett5::Reader, public test::EventLog {
 public:
-    Recording() {
-        add(static_cast<ArchiveDecodeBeginListener*>(this));
-        add(static_cast<ArchiveDecodeEndListener*>(this));
-        add(static_cast<ArchiveInfoListener*>(this));
-        add(static_cast<FileChangedNameListener*>(this));
-        add(static_cast<FileDecodeBeginListener*>(this));
-        add(static_cast<FileDecodeEndListener*>(this));
-        add(static_cast<FileInfoListener*>(this));
-        add(static_cast<FolderDecodeBeginListener*>(this));
-        add(static_cast<FolderDecodeEndListener*>(this));
-        add(static_cast<FolderInfoListener*>(this));
-        add(static_cast<ProgressFilesBeginListener*>(this));
-        add(static_cast<ProgressFilesEndListener*>(this));
-        add(static_cast<ProgressFilesMoveListener*>(this));
-        add(static_cast<ProgressScanBeginListener*>(this));
-        add(static_cast<ProgressScanEndListener*>(this));
-        add(static_cast<ProgressScanStepListener*>(this));
-        add(static_cast<ProgressSizeBeginListener*>(this));
-        add(static_cast<ProgressSizeEndListener*>(this));
-        add(static_cast<ProgressSizeMoveListener*>(this));
-    }
-    bool archiveDecodeBeginEvent() override { return log("decode"); }
-    void archiveDecodeEndEvent() override { log("decode end"); }
-    bool archiveInfoEvent() override { return log("archive"); }
-    void fileChangedNameEvent(const char* name) override { log("renamed " + fs::path(name).filename().string()); }
-    bool fileDecodeBeginEvent(uint32_t size) override {
-        log("file " + fileInfo.name + " " + std::to_string(size));
-        return refuse.empty() || fileInfo.name != refuse;
-    }
-    void fileDecodeEndEvent() override { log("file end"); }
-    bool fileInfoEvent() override { return log("info " + fileInfo.name); }
-    bool folderDecodeBeginEvent(uint32_t) override { return log("folder " + folderInfo.name); }
-    void folderDecodeEndEvent() override { log("folder end"); }
-    bool folderInfoEvent() override { return log("info " + folderInfo.name + "/"); }
-    void progressFilesBeginEvent(uint32_t n) override { log("files " + std::to_string(n)); }
-    void progressFilesEndEvent() override { log("files end"); }
-    bool progressFilesMoveEvent(uint32_t n) override { return log("files " + std::to_string(n)); }
-    void progressScanBeginEvent() override { log("scan"); }
-    void progressScanEndEvent() override { log("scan end"); }
-    bool progressScanStepEvent() override { return true; }
-    void progressSizeBeginEvent(uint32_t n) override { log("size " + std::to_string(n)); }
-    void progressSizeEndEvent() override { log("size end"); }
-    bool progressSizeMoveEvent(uint32_t n) override {
-        lastSize = n;
-        return cancelAt == 0 || n < cancelAt;
-    }
-
-    bool log(const std::string& line) {
-        events.push_back(line);
-        return true;
-    }
-    std::vector<std::string> events;
-    std::string refuse;
-    uint32_t cancelAt = 0;
-    uint32_t lastSize = 0;
+    Recording() : test::EventLog(static_cast<tuckett5::Reader&>(*this)) {}
 };
 
 class Tkt5Reader : public ::testing::Test {
@@ -130,8 +58,7 @@ protected:
     void expand(const std::string& archive, Recording& reader, const std::string& password = "",
                 bool forceFormat = false) {
         const std::string path = scratch.write("archive.tkt", archive);
-        std::error_code ignored;
-        fs::remove_all(scratch.path("out"), ignored);
+        test::removeTree(scratch.path("out"));
         reader.outputFolder(scratch.path("out"));
         reader.open(path);
         if (forceFormat) {
@@ -434,9 +361,6 @@ struct TextCase {
 class Tkt5Text : public Tkt5Reader, public ::testing::WithParamInterface<TextCase> {};
 
 TEST_P(Tkt5Text, ConvertsLineEndsOfTheChosenFiles) {
-#ifdef _WIN32
-    GTEST_SKIP() << "hangs under Wine; to be run on Windows";
-#endif
     const TextCase& c = GetParam();
     Item item = Item::macFile("t", "one\rtwo\r\nthree\n", "", c.type, "ttxt", test::tkt5::isp);
     item.hasResource = false;
@@ -533,9 +457,6 @@ struct ForkCase {
 class Tkt5Forks : public Tkt5Reader, public ::testing::WithParamInterface<ForkCase> {};
 
 TEST_P(Tkt5Forks, WithBadRecordsAreRefused) {
-#ifdef _WIN32
-    GTEST_SKIP() << "hangs under Wine; to be run on Windows";
-#endif
     const ForkCase& c = GetParam();
     Item item = Item::macFile("f", "data fork", "resource fork", "TEXT", "ttxt");
     if (c.resource) {
@@ -621,14 +542,7 @@ protected:
             const std::string name = entry.path().filename().string();
             EXPECT_TRUE(name.rfind("out", 0) == 0) << name;
         }
-        for (int i = 0; i < 4; ++i) {
-            std::error_code ignored;
-            fs::permissions(scratch.path("out" + std::to_string(i)), fs::perms::owner_all, fs::perm_options::add,
-                            ignored);
-            for (const auto& entry : fs::recursive_directory_iterator(scratch.path("out" + std::to_string(i)), ignored))
-                fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add, ignored);
-            fs::remove_all(scratch.path("out" + std::to_string(i)), ignored);
-        }
+        for (int i = 0; i < 4; ++i) test::removeTree(scratch.path("out" + std::to_string(i)));
     }
 };
 

@@ -365,8 +365,8 @@ TEST_F(Tkt5Writer, ForksAndFinderInformationTravelWithTheirFiles) {
         EXPECT_EQ(fork.fileInfo().flags(), 0x0100);
         EXPECT_EQ(readFile(scratch.path("out/plain")), "no fork here");
         EXPECT_FALSE(io::ntfs::Rsrc::hasInfo(scratch.path("out/plain")));
-        fs::remove_all(scratch.path("in"));
-        fs::remove_all(scratch.path("out"));
+        test::removeTree(scratch.path("in"));
+        test::removeTree(scratch.path("out"));
         fs::remove(archive);
     }
 }

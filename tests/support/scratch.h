@@ -6,10 +6,13 @@
 #include <sstream>
 #include <string>
 
+#include "support/files.h"
+
 namespace test {
 
 // A fresh folder below the system's temporary folder, removed with everything
-// in it when the test is done (locked items are unlocked first). Every test
+// in it when the test is done (locked items are unlocked first, and on Windows
+// the walk steps around stream files that std::filesystem cannot take). Every test
 // program takes its scratch folders from here.
 class Scratch {
 public:
@@ -23,15 +26,7 @@ public:
         }
         path_ = fs::canonical(path_);
     }
-    ~Scratch() {
-        namespace fs = std::filesystem;
-        std::error_code ignored;
-        fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ignored);
-        for (auto& item : fs::recursive_directory_iterator(path_, ignored))
-            if (!item.is_symlink(ignored))
-                fs::permissions(item.path(), fs::perms::owner_all, fs::perm_options::add, ignored);
-        fs::remove_all(path_, ignored);
-    }
+    ~Scratch() { removeTree(path_.string()); }
     Scratch(const Scratch&) = delete;
     Scratch& operator=(const Scratch&) = delete;
 

@@ -26,7 +26,7 @@ namespace {
 constexpr uint32_t recordSize = 112;
 constexpr uint32_t nameOffset = 2;
 constexpr uint32_t nameFieldSize = 32;  // the length byte and 31 bytes
-constexpr uint32_t nameCRCOffset = 34;
+[[maybe_unused]] constexpr uint32_t nameCRCOffset = 34;
 constexpr uint32_t headerCRCOffset = 110;
 
 uint16_t crcOf(const char* data, uint32_t size) {

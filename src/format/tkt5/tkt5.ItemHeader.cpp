@@ -83,10 +83,14 @@ void ItemHeader::makeEndFolder() {
 template <typename T>
 void ItemHeader::makePlatform(uint8_t value) {
     platform(value);
-    if (typeid(*platformHeader_) != typeid(T)) platformHeader_ = std::make_unique<T>();
+    const PlatformHeader& current = *platformHeader_;
+    if (typeid(current) != typeid(T)) platformHeader_ = std::make_unique<T>();
 }
 
-bool ItemHeader::none() const { return typeid(*platformHeader_) == typeid(PlatformHeader); }
+bool ItemHeader::none() const {
+    const PlatformHeader& current = *platformHeader_;
+    return typeid(current) == typeid(PlatformHeader);
+}
 void ItemHeader::makeNone() { makePlatform<PlatformHeader>(nonePlatform); }
 
 bool ItemHeader::dos() const { return dynamic_cast<DOSHeader*>(platformHeader_.get()) != nullptr; }

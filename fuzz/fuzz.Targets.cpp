@@ -1,0 +1,395 @@
+#include "fuzz/fuzz.Targets.h"
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <random>
+
+#include "algorithm/arsenic/arsenic.Decompressor.h"
+#include "algorithm/deflate/deflate.Decompressor.h"
+#include "algorithm/isp/isp.Decompressor.h"
+#include "algorithm/zip/zip.ImplodeDecompressor.h"
+#include "algorithm/zip/zip.ReduceDecompressor.h"
+#include "algorithm/zip/zip.ShrinkDecompressor.h"
+#include "algorithm/zipcrypt.Cipher.h"
+#include "engine/t5.Reader.h"
+#include "format/format.Number.h"
+#include "format/tkt5/tkt5.ArchiveHeader.h"
+#include "format/tkt5/tkt5.ItemHeader.h"
+#include "format/tkt5/tkt5.MacHeader.h"
+#include "format/tkt5/tkt5.PlatformHeader.h"
+#include "format/tkt5/tkt5.TypeInfo.h"
+#include "format/zip/zip.CentralHeader.h"
+#include "format/zip/zip.EncryptionHeader.h"
+#include "format/zip/zip.EndHeader.h"
+#include "format/zip/zip.ExtendedHeader.h"
+#include "format/zip/zip.LocalHeader.h"
+#include "stream/stream.Array.h"
+#include "stream/stream.Transform.h"
+#include "stream/stream.Vector.h"
+#include "support/files.h"
+#include "un/un.exception.h"
+
+namespace fs = std::filesystem;
+
+namespace fuzz {
+
+namespace {
+
+// Counts what a decoder writes and keeps none of it.
+class CappedOutput : public stream::Output {
+public:
+    using stream::Output::write;
+    void write(char) override { grow(1); }
+    void write(const char*, uint32_t count) override { grow(count); }
+    void fill(uint64_t count, char) override { grow(count); }
+    uint64_t tell() const override { return written_; }
+
+private:
+    void grow(uint64_t count) {
+        written_ += count;
+        if (written_ > Limits::output) throw Finding("a decoder wrote more than the output limit");
+    }
+    uint64_t written_ = 0;
+};
+
+int decode(stream::Transform& transform, const uint8_t* data, size_t size) {
+    stream::ArrayInput in(reinterpret_cast<const char*>(data), uint32_t(size));
+    CappedOutput out;
+    try {
+        transform.begin();
+        transform.process(in, out);
+        transform.end();
+    } catch (const un::exception&) {
+    }
+    return 0;
+}
+
+// The legacy Zip methods have no end mark. The first byte picks the options
+// (bit 0: the counted form, bits 1 and 2: the method's flags), the next three
+// the count of the counted form; the rest is the stream.
+int decodeLegacy(const std::function<std::unique_ptr<stream::Transform>(uint8_t)>& make, const uint8_t* data,
+                 size_t size) {
+    if (size < 4) return 0;
+    const uint8_t options = data[0];
+    const uint64_t count = uint64_t(data[1]) << 16 | uint64_t(data[2]) << 8 | data[3];
+    std::unique_ptr<stream::Transform> transform = make(options);
+    stream::ArrayInput in(reinterpret_cast<const char*>(data + 4), uint32_t(size - 4));
+    CappedOutput out;
+    try {
+        if (options & 1) {
+            if (transform->process(in, out, count) > count) throw Finding("the counted form wrote past its count");
+        } else {
+            transform->process(in, out);
+        }
+    } catch (const un::exception&) {
+    }
+    return 0;
+}
+
+int inflate(const uint8_t* data, size_t size) {
+    algorithm::deflate::Decompressor decompressor;
+    return decode(decompressor, data, size);
+}
+
+int isp(const uint8_t* data, size_t size) {
+    algorithm::isp::Decompressor decompressor;
+    return decode(decompressor, data, size);
+}
+
+int arsenic(const uint8_t* data, size_t size) {
+    algorithm::arsenic::FastDecompressor decompressor;
+    return decode(decompressor, data, size);
+}
+
+int shrink(const uint8_t* data, size_t size) {
+    return decodeLegacy([](uint8_t) { return std::make_unique<algorithm::zip::ShrinkDecompressor>(); }, data, size);
+}
+
+int reduce(const uint8_t* data, size_t size) {
+    return decodeLegacy(
+        [](uint8_t options) { return std::make_unique<algorithm::zip::ReduceDecompressor>(1 + (options >> 1 & 3)); },
+        data, size);
+}
+
+int implode(const uint8_t* data, size_t size) {
+    return decodeLegacy(
+        [](uint8_t options) {
+            return std::make_unique<algorithm::zip::ImplodeDecompressor>((options & 2) != 0, (options & 4) != 0);
+        },
+        data, size);
+}
+
+// A folder of its own for each run of a reader target: the archive and the
+// output folder side by side, removed afterwards.
+class Scratch {
+public:
+    Scratch() {
+        static std::atomic<uint32_t> counter{0};
+        fs::path base = fs::exists("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path();
+        root_ = base / ("cratewerk-fuzz-" + std::to_string(std::random_device()()) + "-" + std::to_string(counter++));
+        fs::create_directories(root_ / "out");
+    }
+    ~Scratch() { test::removeTree(root_.string()); }
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+
+    std::string archive(const uint8_t* data, size_t size) const {
+        std::ofstream(root_ / "archive", std::ios::binary)
+            .write(reinterpret_cast<const char*>(data), std::streamsize(size));
+        return (root_ / "archive").string();
+    }
+    std::string out() const { return (root_ / "out").string(); }
+
+    // Nothing but the archive and the output folder may be beside each other.
+    void checkNothingOutside() const {
+        for (const auto& entry : fs::directory_iterator(root_)) {
+            const std::string name = entry.path().filename().string();
+            if (name != "archive" && name != "out") throw Finding("a reader wrote outside its output folder: " + name);
+        }
+    }
+
+private:
+    fs::path root_;
+};
+
+// The public reader, with a listener that ends a run which writes more than
+// the output limit, and one that lists what the scan reports.
+class Reader : public tuckett5::Reader,
+               public tuckett5::event::ProgressSizeMoveListener,
+               public tuckett5::event::FileInfoListener,
+               public tuckett5::event::FolderInfoListener {
+public:
+    Reader() {
+        add(static_cast<tuckett5::event::ProgressSizeMoveListener*>(this));
+        add(static_cast<tuckett5::event::FileInfoListener*>(this));
+        add(static_cast<tuckett5::event::FolderInfoListener*>(this));
+    }
+    bool progressSizeMoveEvent(uint32_t done) override { return done < Limits::output; }
+    bool fileInfoEvent() override {
+        listing.push_back(fileInfo.name);
+        return true;
+    }
+    bool folderInfoEvent() override {
+        listing.push_back(folderInfo.name);
+        return true;
+    }
+    std::vector<std::string> listing;
+};
+
+// Options of the run from the archive's last byte, so that the fuzzer
+// reaches the text conversion and the MacBinary output too.
+void configure(Reader& reader, uint8_t options) {
+    reader.textConversion(options & 3);
+    reader.textLineEnding(1 + (options >> 2 & 3));
+    reader.macBinaryOutput(options >> 4 & 3);
+}
+
+int expand(int format, const uint8_t* data, size_t size) {
+    Scratch scratch;
+    const std::string path = scratch.archive(data, size);
+    {
+        // The expansion, named as the format whatever the classifier would
+        // say: the reader itself must stand every byte.
+        Reader reader;
+        if (size > 0) configure(reader, data[size - 1]);
+        reader.outputFolder(scratch.out());
+        reader.password = "pw";
+        try {
+            reader.open(path);
+            reader.isClassified = true;
+            reader.archiveInfo.format = format;
+            reader.scan();
+            reader.decode();
+        } catch (const un::exception&) {
+        }
+        try {
+            reader.close();
+        } catch (const un::exception&) {
+        }
+    }
+    {
+        // The listing, as the command-line tool makes it: classified, scanned.
+        Reader reader;
+        try {
+            reader.open(path);
+            reader.scan();
+        } catch (const un::exception&) {
+        }
+        try {
+            reader.close();
+        } catch (const un::exception&) {
+        }
+    }
+    scratch.checkNothingOutside();
+    return 0;
+}
+
+int tkt5(const uint8_t* data, size_t size) { return expand(format::number::tkt5, data, size); }
+int zip(const uint8_t* data, size_t size) { return expand(format::number::zip, data, size); }
+
+// Reads one record from the bytes, and writes back what was read: the
+// written form must be as long as the record says it is.
+void record(un::structure& header, uint32_t declared, const uint8_t* data, size_t size, bool strict) {
+    stream::ArrayInput in(reinterpret_cast<const char*>(data), uint32_t(size));
+    try {
+        header.read(in, strict);
+        if (!header.valid()) return;
+        std::vector<char> bytes;
+        stream::VectorOutput out(bytes);
+        header.write(out);
+        (void)declared;
+    } catch (const un::exception&) {
+    }
+}
+
+// The bytes a record writes beyond its size(): an OpenFolderInfo writes its
+// mode as a word, one byte more than it reads and counts.
+template <class R>
+uint64_t widened(const R&) {
+    return 0;
+}
+uint64_t widened(const format::tkt5::OpenFolderInfo&) { return 1; }
+uint64_t widened(const format::tkt5::ArchiveHeader& header) {
+    return header.openFolders.isSet() ? header.openFolders().size() : 0;
+}
+
+template <class R>
+void readRecord(const uint8_t* data, size_t size, bool strict) {
+    R header;
+    stream::ArrayInput in(reinterpret_cast<const char*>(data), uint32_t(size));
+    try {
+        header.read(in, strict);
+        if (!header.valid()) return;
+        std::vector<char> bytes;
+        stream::VectorOutput out(bytes);
+        header.write(out);
+        if (bytes.size() != header.size() + widened(header)) throw Finding("a record wrote other than its size");
+    } catch (const un::exception&) {
+    }
+}
+
+// The first byte picks the record and whether it is read strictly.
+int tkt5records(const uint8_t* data, size_t size) {
+    if (size < 1) return 0;
+    const bool strict = data[0] & 0x80;
+    switch (data[0] & 0x7F) {
+        case 0:
+            readRecord<format::tkt5::ArchiveHeader>(data + 1, size - 1, strict);
+            break;
+        case 1:
+            readRecord<format::tkt5::ItemHeader>(data + 1, size - 1, strict);
+            break;
+        case 2: {
+            format::tkt5::MacHeader header;
+            header.makeFile();
+            record(header, 0, data + 1, size - 1, strict);
+            break;
+        }
+        case 3: {
+            format::tkt5::MacHeader header;
+            header.makeFolder();
+            record(header, 0, data + 1, size - 1, strict);
+            break;
+        }
+        case 4:
+            readRecord<format::tkt5::DOSHeader>(data + 1, size - 1, strict);
+            break;
+        case 5:
+            readRecord<format::tkt5::UnixHeader>(data + 1, size - 1, strict);
+            break;
+        case 6:
+            readRecord<format::tkt5::WindowsHeader>(data + 1, size - 1, strict);
+            break;
+        case 7:
+            readRecord<format::tkt5::ForkInfo>(data + 1, size - 1, strict);
+            break;
+        case 8:
+            readRecord<format::tkt5::FolderInfo>(data + 1, size - 1, strict);
+            break;
+        case 9:
+            readRecord<format::tkt5::DeluxeInfo>(data + 1, size - 1, strict);
+            break;
+        case 10:
+            readRecord<format::tkt5::OpenFolderInfo>(data + 1, size - 1, strict);
+            break;
+        default:
+            break;
+    }
+    return 0;
+}
+
+int ziprecords(const uint8_t* data, size_t size) {
+    if (size < 1) return 0;
+    const bool strict = data[0] & 0x80;
+    switch (data[0] & 0x7F) {
+        case 0:
+            readRecord<format::zip::LocalHeader>(data + 1, size - 1, strict);
+            break;
+        case 1:
+            readRecord<format::zip::CentralHeader>(data + 1, size - 1, strict);
+            break;
+        case 2:
+            readRecord<format::zip::EndHeader>(data + 1, size - 1, strict);
+            break;
+        case 3:
+            readRecord<format::zip::ExtendedHeader>(data + 1, size - 1, strict);
+            break;
+        case 4: {
+            algorithm::zipcrypt::Cipher cipher(std::string("pw"));
+            format::zip::EncryptionHeader header(cipher);
+            record(header, 0, data + 1, size - 1, strict);
+            break;
+        }
+        default:
+            break;
+    }
+    return 0;
+}
+
+// Classification through the public reader: the format's number and name.
+int classify(const uint8_t* data, size_t size) {
+    Scratch scratch;
+    const std::string path = scratch.archive(data, size);
+    Reader reader;
+    try {
+        reader.open(path);
+        reader.classify();
+        (void)format::name(reader.archiveInfo.format);
+    } catch (const un::exception&) {
+    }
+    try {
+        reader.close();
+    } catch (const un::exception&) {
+    }
+    return 0;
+}
+
+}  // namespace
+
+const std::vector<Entry>& targets() {
+    static const std::vector<Entry> all = {
+        {"inflate", inflate},
+        {"isp", isp},
+        {"arsenic", arsenic},
+        {"shrink", shrink},
+        {"reduce", reduce},
+        {"implode", implode},
+        {"tkt5", tkt5},
+        {"zip", zip},
+        {"tkt5records", tkt5records},
+        {"ziprecords", ziprecords},
+        {"classify", classify},
+    };
+    return all;
+}
+
+Target find(const std::string& name) {
+    for (const Entry& entry : targets())
+        if (name == entry.name) return entry.run;
+    return nullptr;
+}
+
+}  // namespace fuzz

@@ -14,7 +14,7 @@ WINDOWS_ARCHS := i686 x86_64
 windows_configure = cmake -S . -B build/windows-$(1) $(GENERATOR) -DCMAKE_BUILD_TYPE=Release \
 	-DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/cmake/toolchain-mingw-$(1).cmake -DCRATEWERK_BENCH=OFF
 
-.PHONY: all setup release test asan test-asan bench clean windows windows-tests demo dialogs fuzz
+.PHONY: all setup release test test-slow asan test-asan bench clean windows windows-tests demo dialogs fuzz
 
 all: release
 
@@ -29,7 +29,7 @@ test: release windows-tests
 	@cd build/release && ctest -LE slow --output-on-failure -j $(JOBS)
 	@cd build/windows-x86_64 && ctest -L windows --output-on-failure -j $(JOBS)
 
-# The tests of minutes and gigabytes that `make test` leaves out.
+# The tests labelled slow (minutes, or gigabytes of data), which `make test` leaves out.
 .PHONY: test-slow
 test-slow: release
 	@cd build/release && ctest -L slow --output-on-failure

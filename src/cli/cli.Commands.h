@@ -22,12 +22,14 @@ struct Arguments {
     int eol = 3;         // 1 LF, 2 CR, 3 CR LF
     std::string output;  // the archive that tuck writes; empty for the default name
     int method = -1;     // tuck's method number; -1 lets the format choose
+    int level = -1;      // zip's level: 0 stores, 1 to 9 Deflate, 12 the strongest; -1 is 6
 };
 
 int expand(const Arguments& arguments);
 int list(const Arguments& arguments);
 int identify(const Arguments& arguments);
 int tuck(const Arguments& arguments);
+int zip(const Arguments& arguments);
 
 // Prints "cratewerk: <message>" on standard error.
 void complain(const std::string& message);

@@ -1,4 +1,4 @@
-// The command that creates archives: tuck.
+// The commands that create archives: tuck and zip.
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -73,9 +73,10 @@ private:
     TerminalUI terminal_;
 };
 
-}  // namespace
-
-int tuck(const Arguments& arguments) {
+// Writes the archive of the sources through `writer` in `format`: under a
+// temporary name beside the final one, renamed at the end, so that a failed
+// or cancelled run leaves nothing behind and what exists is never replaced.
+int create(const Arguments& arguments, TKTWriter& writer, int format) {
     TerminalScope terminal(!arguments.quiet);
     std::list<std::string> sources;
     for (const std::string& operand : arguments.operands) {
@@ -89,7 +90,7 @@ int tuck(const Arguments& arguments) {
 
     // The archive's final name; what exists already is never replaced.
     std::string target = arguments.output.empty() ? std::string() : absolute(arguments.output);
-    engine5::FormatWriter::generateArchiveName(target, sources.front(), TKTWriter::ArchiveSuffix(format::number::tkt5));
+    engine5::FormatWriter::generateArchiveName(target, sources.front(), TKTWriter::ArchiveSuffix(format));
     io::Path::makeUnique(target, uniqueLimit);
     io::PathSplitter split(target);
     std::string temporary = io::CompositePath::join(split.folder(), "." + split.name(), split.extension() + ".part");
@@ -104,11 +105,9 @@ int tuck(const Arguments& arguments) {
     }
 
     FSObject source(sources.front().c_str());
-    ToolWriter writer(true);
     writer.SetSourceFSO(&source);
-    writer.archiveInfo.format = format::number::tkt5;
+    writer.archiveInfo.format = format;
     writer.archiveInfo.path = temporary;
-    writer.compression(arguments.method);
     if (!password.empty()) writer.password = password;
     std::fill(password.begin(), password.end(), '\0');
 
@@ -135,6 +134,20 @@ int tuck(const Arguments& arguments) {
             std::filesystem::remove(writer.archiveInfo.path, ignored);
     }
     return status;
+}
+
+}  // namespace
+
+int tuck(const Arguments& arguments) {
+    ToolWriter writer(true);
+    writer.compression(arguments.method);
+    return create(arguments, writer, format::number::tkt5);
+}
+
+int zip(const Arguments& arguments) {
+    TKTWriter writer(true);
+    writer.compression(arguments.level);
+    return create(arguments, writer, format::number::zip);
 }
 
 }  // namespace cli

@@ -26,7 +26,7 @@ const char* const kMainHelp =
     "  list, l ARCHIVE             list the items of an archive\n"
     "  identify FILE...            name the format of each file and where it starts\n"
     "  tuck SOURCE... [-o ARCHIVE] create a tkt5 archive\n"
-    "  zip SOURCE [ARCHIVE]        create a Zip archive\n"
+    "  zip SOURCE... [-o ARCHIVE]  create a Zip archive\n"
     "  call FUNCTION 'P1|P2|P3'    run an external function as the host would\n"
     "  version                     print the version\n"
     "\n"
@@ -81,7 +81,25 @@ const std::map<std::string, const char*> kHelp = {
      "  -q, --quiet                no progress bar\n"
      "\n"
      "Ctrl-C cancels.\n"},
-    {"zip", "usage: cratewerk zip SOURCE [ARCHIVE]\n\nCreates a Zip archive of SOURCE.\n"},
+    {"zip",
+     "usage: cratewerk zip [options] SOURCE... [-o ARCHIVE]\n"
+     "\n"
+     "Creates a Zip archive of the files and folders SOURCE, each at the top of\n"
+     "the archive, folders with all they hold. Without -o the archive is the\n"
+     "first SOURCE with \".zip\" added. What exists is never replaced: a name\n"
+     "that is taken gets a number (\"name_1.zip\"). The archive is written under\n"
+     "a temporary name beside it and renamed at the end. Prints its path.\n"
+     "\n"
+     "options:\n"
+     "  -o, --output ARCHIVE       the archive to create\n"
+     "  -0 ... -9                  0 stores, 1 is fastest, 9 smallest (default 6)\n"
+     "  --best                     the smallest Deflate, slower than -9\n"
+     "  -p, --password TEXT        encipher every file (traditional Zip\n"
+     "                             encryption); \"-p -\" asks without echo\n"
+     "  -r                         accepted for zip's sake; folders are always whole\n"
+     "  -q, --quiet                no progress bar\n"
+     "\n"
+     "Ctrl-C cancels.\n"},
     {"call",
      "usage: cratewerk call FUNCTION ['P1|P2|P3']\n"
      "\n"
@@ -215,18 +233,25 @@ int main(int argc, char** argv) {
                 arguments.text = choose(value, {{"none", 0}, {"all", 1}, {"text", 2}}, "--text");
             } else if (command == "expand" && optionValue(argc, argv, i, arg, "--eol", value)) {
                 arguments.eol = choose(value, {{"lf", 1}, {"cr", 2}, {"crlf", 3}}, "--eol");
-            } else if (command == "tuck" && (optionValue(argc, argv, i, arg, "--password", value) ||
+            } else if (command == "zip" && arg.size() == 2 && arg[1] >= '0' && arg[1] <= '9') {
+                arguments.level = arg[1] - '0';
+            } else if (command == "zip" && arg == "--best") {
+                arguments.level = 12;
+            } else if (command == "zip" && arg == "-r") {
+            } else if ((command == "tuck" || command == "zip") &&
+                       (optionValue(argc, argv, i, arg, "--password", value) ||
                                              optionValue(argc, argv, i, arg, "-p", value))) {
                 arguments.password = value;
                 arguments.havePassword = true;
-            } else if (command == "tuck" && (optionValue(argc, argv, i, arg, "--output", value) ||
+            } else if ((command == "tuck" || command == "zip") &&
+                       (optionValue(argc, argv, i, arg, "--output", value) ||
                                              optionValue(argc, argv, i, arg, "-o", value))) {
                 arguments.output = value;
             } else if (command == "tuck" && optionValue(argc, argv, i, arg, "--method", value)) {
                 arguments.method = choose(value, {{"arsenic", 15}, {"isp", 13}, {"stored", 0}}, "--method");
             } else if (command == "expand" && arg == "--replace") {
                 arguments.replace = true;
-            } else if ((command == "expand" || command == "call" || command == "tuck") &&
+            } else if ((command == "expand" || command == "call" || command == "tuck" || command == "zip") &&
                        (arg == "-q" || arg == "--quiet")) {
                 arguments.quiet = true;
             } else if (command == "list" && arg == "--json") {
@@ -263,9 +288,6 @@ int main(int argc, char** argv) {
         if (arguments.operands.empty()) return usageError("tuck needs at least one source", command);
         return cli::tuck(arguments);
     }
-    // zip: the engine has no Zip writer yet.
-    if (arguments.operands.empty() || arguments.operands.size() > 2)
-        return usageError(command + " needs a source and at most one archive", command);
-    cli::complain("archive format is not supported");
-    return cli::kFailure;
+    if (arguments.operands.empty()) return usageError("zip needs at least one source", command);
+    return cli::zip(arguments);
 }

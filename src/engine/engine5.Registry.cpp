@@ -31,6 +31,7 @@
 #include "format/uu/uu.Classifier.h"
 #include "format/zip/zip.Classifier.h"
 #include "format/zip/zip.Reader.h"
+#include "format/zip/zip.Writer.h"
 
 namespace engine5 {
 
@@ -89,7 +90,7 @@ const std::vector<FormatDescriptor>& formats() {
         {n::tktsegN, "", container, classifier<format::tktseg::ClassifierN>, nullptr, nullptr},
         {n::tar, ".tar", container, classifier<format::tar::Classifier>, nullptr, nullptr},
         {n::uu, ".uu", stream, classifier<format::uu::Classifier>, nullptr, nullptr},
-        {n::zip, ".zip", container, classifier<format::zip::Classifier>, reader<zip::Reader>, nullptr},
+        {n::zip, ".zip", container, classifier<format::zip::Classifier>, reader<zip::Reader>, writer<zip::Writer>},
     };
     return all;
 }

@@ -168,4 +168,40 @@ TEST_F(Tuck, FailedAndCancelledRunsLeaveNothing) {
     }
 }
 
+// cratewerk zip shares tuck's naming, temporary file and cancel.
+using Zip = Tuck;
+
+TEST_F(Zip, NamesLikeTuckAndLeavesNothingWhenItFails) {
+    writeFile(dir / "src.zip", "someone else's");
+    Outcome made = run("zip -q -r -9 " + quote(dir / "src") + " " + quote(dir / "loose"));
+    EXPECT_EQ(made.status, 0) << made.err;
+    EXPECT_EQ(made.out, dir / "src_1.zip" + "\n");
+    EXPECT_EQ(readFile(dir / "src.zip"), "someone else's");
+    Outcome listed = run("list " + quote(dir / "src_1.zip"));
+    EXPECT_NE(listed.out.find("  src/sub/b\n"), std::string::npos) << listed.out;
+    EXPECT_NE(listed.out.find("  loose\n"), std::string::npos) << listed.out;
+    fs::remove(dir / "src_1.zip");
+    fs::remove(dir / "src.zip");
+
+    writeFile(dir / "script", "cancel-at 100000\n");
+    const Outcome cases[] = {
+        run("zip"),
+        run("zip -x " + quote(dir / "src")),
+        run("zip " + quote(dir / "missing")),
+        run("zip " + quote(dir / "src"), "CRATEWERK_UI_SCRIPT=" + quote(dir / "script")),
+    };
+    EXPECT_EQ(cases[0].status, 2);
+    EXPECT_NE(cases[0].err.find("zip needs at least one source"), std::string::npos) << cases[0].err;
+    EXPECT_EQ(cases[1].status, 2);
+    EXPECT_NE(cases[1].err.find("unknown option '-x'"), std::string::npos) << cases[1].err;
+    EXPECT_EQ(cases[2].status, 1);
+    EXPECT_EQ(cases[2].err, "cratewerk: cannot read " + dir / "missing" + "\n");
+    EXPECT_EQ(cases[3].status, 130);
+    EXPECT_EQ(cases[3].err, "cratewerk: cancelled\n");
+    std::vector<std::string> left;
+    for (const auto& entry : fs::directory_iterator(dir.str())) left.push_back(entry.path().filename().string());
+    std::sort(left.begin(), left.end());
+    EXPECT_EQ(left, (std::vector<std::string>{"loose", "script", "src"}));
+}
+
 }  // namespace

@@ -453,7 +453,6 @@ TEST_F(Tkt5Writer, RequestsThatCannotBeWritten) {
         {format::number::gz, {in("d")}, "Bad argument", "gz format does not support storage of directories"},
         {format::number::gz, {in("f")}, "Unsupported format", "archive format is not supported"},
         {format::number::tar, {in("d")}, "Unsupported format", "archive format is not supported"},
-        {format::number::zip, {in("f")}, "Unsupported format", "archive format is not supported"},
         {format::number::tktsegN, {in("f")}, "Unsupported format", "archive format is not supported"},
         // Two inputs pass a single-input format, the third does not.
         {format::number::compress,

@@ -77,7 +77,7 @@ INSTANTIATE_TEST_SUITE_P(
     Parameters, Refusals,
     ::testing::Values(Refusal{kCRwrkTuck, "", "-50||"}, Refusal{kCRwrkZip, "|{file}", "-50||"},
                       Refusal{kCRwrkExpand, "|b", "-50||"}, Refusal{kCRwrkExpand, "", "-50||"},
-                      Refusal{kCRwrkGZip, "{dir}", "-50||"}, Refusal{kCRwrkZip, "{dir}", kUnsupported},
+                      Refusal{kCRwrkGZip, "{dir}", "-50||"}, Refusal{kCRwrkZip, "{file}|{dir}", "-50||"},
                       Refusal{kCRwrkTar, "{dir}", kUnsupported}, Refusal{kCRwrkGZip, "{file}", kUnsupported},
                       Refusal{kCRwrkTuck, "{file}|{dir}", "-50||"}, Refusal{kCRwrkTuck, "{dir}|{dir}/", "-50||"},
                       Refusal{kCRwrkExpand, "{file}|{file}", kUnsupported},
@@ -169,7 +169,8 @@ TEST(Functions, ChosenPathsAreUsed) {
 }
 
 // Formats without a writer refuse the request only after the archive's place
-// was cleared: the name is the source's with the format's suffix.
+// was cleared: the name is the source's with the format's suffix. CRwrk-Zip
+// replaces what had its archive's name, and ignores a password.
 TEST(Functions, CompressionClearsTheArchivesPlaceBeforeItIsRefused) {
     TempDir dir;
     writeFile(dir / "b.txt", "source");
@@ -177,8 +178,8 @@ TEST(Functions, CompressionClearsTheArchivesPlaceBeforeItIsRefused) {
     writeFile(dir / "named.tar", "old archive");
     writeFile(dir / "b.txt.tkt", "old archive");
     LoadedPlugin plugin;
-    EXPECT_EQ(plugin.call(kCRwrkZip, dir / "b.txt||password ignored"), kUnsupported);
-    EXPECT_FALSE(std::filesystem::exists(dir / "b.txt.zip"));
+    EXPECT_EQ(plugin.call(kCRwrkZip, dir / "b.txt||password ignored"), dir / "b.txt.zip");
+    EXPECT_EQ(plugin.call(kCRwrkExpand, dir / "b.txt.zip|" + dir / "out"), dir / plugintest::native("out/b.txt"));
     EXPECT_EQ(plugin.call(kCRwrkTar, dir / "b.txt|" + dir / "named.tar"), kUnsupported);
     EXPECT_FALSE(std::filesystem::exists(dir / "named.tar"));
     EXPECT_TRUE(std::filesystem::exists(dir / "b.txt.tkt"));

@@ -98,10 +98,31 @@ TEST(Tuck, AFailureInTheEngineIsItsMessage) {
     // A destination below a file can't be created.
     EXPECT_EQ(plugin.call(kCRwrkTuck, dir / "a|" + dir / native("a/b.tkt")),
               "-1|cannot create an output file in engine5::arc::Writer|");
-    // Zip has no writer yet; gzip and tar never will.
-    EXPECT_EQ(plugin.call(kCRwrkZip, dir / "a"), "-1|archive format is not supported|");
+    // gzip and tar have no writer.
     EXPECT_EQ(plugin.call(kCRwrkGZip, dir / "a"), "-1|archive format is not supported|");
     EXPECT_EQ(plugin.call(kCRwrkTar, dir / "a"), "-1|archive format is not supported|");
+}
+
+// CRwrk-Zip names an unnamed archive after its source with ".zip", ignores a
+// password, and makes an archive that CRwrk-Expand gives back exactly.
+TEST(Zip, AnArchiveOfAFolderExpandsToTheSameTree) {
+    TempDir dir;
+    fs::create_directories(dir / native("src/sub"));
+    writeFile(dir / native("src/text.txt"), std::string(30000, 't') + noise(3000, 5));
+    writeFile(dir / native("src/sub/empty"), "");
+    fs::create_directories(dir / native("src/hollow"));
+    writeFile(dir / "b.txt", "single\n");
+    LoadedPlugin plugin;
+    EXPECT_EQ(plugin.call(kCRwrkZip, dir / "b.txt"), dir / "b.txt.zip");
+    EXPECT_EQ(plugin.call(kCRwrkZip, dir / "src|" + dir / "named.zip|ignored"), dir / "named.zip");
+    EXPECT_EQ(plugin.call(kCRwrkExpand, dir / "named.zip|" + dir / "out"), dir / native("out/src"));
+    EXPECT_EQ(treeOf(dir / "out"), (Tree{{"src", "/"},
+                                        {"src/hollow", "/"},
+                                        {"src/sub", "/"},
+                                        {"src/sub/empty", ""},
+                                        {"src/text.txt", std::string(30000, 't') + noise(3000, 5)}}));
+    EXPECT_EQ(plugin.call(kCRwrkExpand, dir / "b.txt.zip|" + dir / "one"), dir / native("one/b.txt"));
+    EXPECT_EQ(readFile(dir / native("one/b.txt")), "single\n");
 }
 
 }  // namespace

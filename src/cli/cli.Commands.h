@@ -20,12 +20,15 @@ struct Arguments {
     int eol = 3;         // 1 LF, 2 CR, 3 CR LF
     std::string output;  // the archive that tuck writes; empty for the default name
     int method = -1;     // tuck's method number; -1 lets the format choose
+    int bits = -1;       // compress's widest code; -1 lets the format choose
+    bool oneLayer = false;  // expand and list stop at a compressed stream's own data
 };
 
 int expand(const Arguments& arguments);
 int list(const Arguments& arguments);
 int identify(const Arguments& arguments);
 int tuck(const Arguments& arguments);
+int compress(const Arguments& arguments);
 
 // Prints "cratewerk: <message>" on standard error.
 void complain(const std::string& message);

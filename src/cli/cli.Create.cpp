@@ -137,4 +137,42 @@ int tuck(const Arguments& arguments) {
     return status;
 }
 
+int compress(const Arguments& arguments) {
+    TerminalScope terminal(!arguments.quiet);
+    const std::string source = absolute(arguments.operands.front());
+    if (!io::Path::exists(source) || io::Path::directory(source)) {
+        complain("cannot read " + arguments.operands.front() + " as a file");
+        return kFailure;
+    }
+    std::string target = source + ".Z";
+    io::Path::makeUnique(target, uniqueLimit);
+    io::PathSplitter split(target);
+    std::string temporary = io::CompositePath::join(split.folder(), "." + split.name(), split.extension() + ".part");
+    io::Path::makeUnique(temporary, uniqueLimit);
+
+    FSObject from(source.c_str());
+    TKTWriter writer(!arguments.quiet);
+    writer.SetSourceFSO(&from);
+    writer.archiveInfo.format = format::number::compress;
+    writer.archiveInfo.path = temporary;
+    writer.compression(arguments.bits);
+    int status = kSuccess;
+    try {
+        writer.create({source});
+        std::error_code error;
+        std::filesystem::rename(writer.archiveInfo.path, target, error);
+        if (error) throw tuckett5::exception::Output("cannot rename " + writer.archiveInfo.path + " to " + target);
+        std::printf("%s\n", target.c_str());
+    } catch (const un::exception& e) {
+        complain(e.what());
+        status = kFailure;
+    }
+    if (status != kSuccess) {
+        std::error_code ignored;
+        if (!writer.archiveInfo.path.empty() && writer.archiveInfo.path != target)
+            std::filesystem::remove(writer.archiveInfo.path, ignored);
+    }
+    return status;
+}
+
 }  // namespace cli

@@ -11,6 +11,7 @@
 #include "format/bz2/bz2.Reader.h"
 #include "format/compact/compact.Classifier.h"
 #include "format/compress/compress.Classifier.h"
+#include "format/compress/compress.Reader.h"
 #include "format/cpt/cpt.Classifier.h"
 #include "format/format.Number.h"
 #include "format/freeze/freeze.Classifier.h"
@@ -74,7 +75,8 @@ const std::vector<FormatDescriptor>& formats() {
         {n::btoa, ".btoa", stream, classifier<format::btoa::Classifier>, nullptr, nullptr},
         {n::bz2, ".bz2", stream, classifier<format::bz2::Classifier>, reader<bz2::Reader>, nullptr},
         {n::compact, ".C", stream, classifier<format::compact::Classifier>, nullptr, nullptr},
-        {n::compress, ".Z", stream, classifier<format::compress::Classifier>, nullptr, nullptr},
+        {n::compress, ".Z", stream, classifier<format::compress::Classifier>, reader<compress::Reader>,
+         writer<compress::Writer>},
         {n::cpt, ".cpt", container, classifier<format::cpt::Classifier>, nullptr, nullptr},
         {n::freeze, ".F", stream, classifier<format::freeze::Classifier>, nullptr, nullptr},
         {n::gz, ".gz", stream, classifier<format::gz::Classifier>, reader<gz::Reader>, nullptr},

@@ -173,7 +173,7 @@ TEST_F(ReaderTest, MissingArchiveIsAnInputFailure) {
 
 TEST_F(ReaderTest, FormatWithoutReaderIsNotSupported) {
     tuckett5::Reader plain;
-    plain.open(archive);
+    plain.open(scratch.write("two.z", std::string("\x1f\x1e\0\0\0\x03", 6) + "payload"));
     expectThrow<ex::UnsupportedFormat>([&] { plain.scan(); }, "archive format is not supported", "Unsupported format");
     plain.close();
 }

@@ -70,8 +70,7 @@ std::string StreamReader::plainName(const std::string& archiveName, const char* 
         if (endsWith(archiveName, *tarSuffixes))
             return archiveName.substr(0, archiveName.size() - std::strlen(*tarSuffixes)) + ".tar";
     for (; *suffixes; ++suffixes)
-        if (endsWith(archiveName, *suffixes))
-            return archiveName.substr(0, archiveName.size() - std::strlen(*suffixes));
+        if (endsWith(archiveName, *suffixes)) return archiveName.substr(0, archiveName.size() - std::strlen(*suffixes));
     return archiveName;
 }
 

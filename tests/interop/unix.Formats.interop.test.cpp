@@ -99,7 +99,9 @@ void makeSources(const fs::path& at, bool rich) {
     while (target.size() < 200) target += "far/away/";
     fs::create_symlink(target, at / "top/longlink");
     fs::create_symlink("text.txt", at / "top/link");
-    writeFile(at / "top/gr\xC3\xBC\xC3\x9F" "e.txt", "utf-8\n");
+    writeFile(at / "top/gr\xC3\xBC\xC3\x9F"
+                   "e.txt",
+              "utf-8\n");
     {
         std::ofstream sparse(at / "top/sparse", std::ios::binary);
         sparse.seekp(3 << 20);
@@ -162,16 +164,15 @@ INSTANTIATE_TEST_SUITE_P(
              "cat src/top/text.txt src/top/noise.bin > reference/text.txt"},
         Case{"bzip2Fastest", "bzip2", false, "bzip2 -1 -c src/top/text.txt > t.bz2", "t.bz2",
              "cp src/top/text.txt reference/t"},
-        Case{"bzip2Streams", "bzip2", false,
-             "(bzip2 -9 -c src/top/text.txt; bzip2 -9 -c src/top/noise.bin) > c.bz2", "c.bz2",
-             "cat src/top/text.txt src/top/noise.bin > reference/c"},
+        Case{"bzip2Streams", "bzip2", false, "(bzip2 -9 -c src/top/text.txt; bzip2 -9 -c src/top/noise.bin) > c.bz2",
+             "c.bz2", "cat src/top/text.txt src/top/noise.bin > reference/c"},
         Case{"compress10Clears", "compress", false,
              "cat src/top/text.txt src/top/noise.bin src/top/text.txt > f && compress -b 10 f", "f.Z",
              "cat src/top/text.txt src/top/noise.bin src/top/text.txt > reference/f"},
         Case{"compress12", "compress", false, "compress -b 12 -c src/top/text.txt > t.Z", "t.Z",
              "cp src/top/text.txt reference/t"},
-        Case{"compress16", "compress", false, "cat src/top/text.txt src/top/noise.bin > f && compress -b 16 f",
-             "f.Z", "cat src/top/text.txt src/top/noise.bin > reference/f"},
+        Case{"compress16", "compress", false, "cat src/top/text.txt src/top/noise.bin > f && compress -b 16 f", "f.Z",
+             "cat src/top/text.txt src/top/noise.bin > reference/f"},
         Case{"tarV7", "tar", false, tarOf + " --format=v7" + gnuFiles, "a.tar", tarReference},
         Case{"tarUstar", "tar", false, tarOf + " --format=ustar" + gnuFiles, "a.tar", tarReference},
         Case{"tarGnu", "tar", true, tarOf + " -S --format=gnu" + gnuFiles, "a.tar", tarReference},

@@ -228,7 +228,7 @@ uint64_t Compressor::process(stream::Input& in, stream::Output& out) {
     auto bound = [&](int width) { return width >= bits_ ? limit : (int32_t(1) << width) - 1; };
     int width = minBits;
     int32_t maxCode = bound(width);
-    int32_t next = 257;        // the encoder's next entry
+    int32_t next = 257;         // the encoder's next entry
     int32_t decoderNext = 257;  // the decoder's, one entry behind
     bool first = true;
     uint64_t bytesIn = 0;

@@ -131,8 +131,7 @@ uint64_t Decoder::process(stream::Input& input, stream::Output& out) {
             }
         }
         if (trailer[0] != (crc.value() ^ 0xFFFFFFFFu)) throw BadData("CRC mismatch in gzip reader; data is invalid");
-        if (trailer[1] != static_cast<uint32_t>(size))
-            throw BadData("length mismatch in gzip reader; data is invalid");
+        if (trailer[1] != static_cast<uint32_t>(size)) throw BadData("length mismatch in gzip reader; data is invalid");
         total += size;
         ++members;
     }

@@ -30,7 +30,6 @@ test: release windows-tests
 	@cd build/windows-x86_64 && ctest -L windows --output-on-failure -j $(JOBS)
 
 # The tests labelled slow (minutes, or gigabytes of data), which `make test` leaves out.
-.PHONY: test-slow
 test-slow: release
 	@cd build/release && ctest -L slow --output-on-failure
 

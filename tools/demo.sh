@@ -27,8 +27,11 @@ show cratewerk version
 show cratewerk identify bla.zip bla.tgz zip2-files_and_dirs.zip notes.txt
 show cratewerk list bla.zip
 show cratewerk expand bla.zip
+show cratewerk list bla.tgz
+show cratewerk expand bla.tgz
 show cratewerk expand notes.txt
 show cratewerk call CRwrk-Expand './bla.zip||'
+show cratewerk call CRwrk-Expand './bla.tgz||'
 show cratewerk call CRwrk-Tuck ''
 show fmhost ./Cratewerk.so CRwrk-gZip . CRwrk-Zip bla.zip CRwrk-GetPath '-sideways'
 exit 0

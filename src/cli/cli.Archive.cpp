@@ -172,6 +172,7 @@ int expand(const Arguments& arguments) {
     // The tool never deletes what is beside the archive unless told to.
     reader.replaceExisting = arguments.replace;
     reader.macBinaryOutput(arguments.macBinary);
+    reader.firstLayerOnly(arguments.oneLayer);
     reader.textConversion(arguments.text);
     reader.textLineEnding(arguments.eol);
     int status = kSuccess;
@@ -228,6 +229,7 @@ int list(const Arguments& arguments) {
         return kFailure;
     }
     Lister lister;
+    lister.firstLayerOnly(arguments.oneLayer);
     try {
         lister.open(path);
         lister.scan();

@@ -23,6 +23,8 @@ struct Arguments {
     std::string output;  // the archive that tuck writes; empty for the default name
     int method = -1;     // tuck's method number; -1 lets the format choose
     int level = -1;      // zip's level: 0 stores, 1 to 9 Deflate, 12 the strongest; -1 is 6
+    int bits = -1;       // compress's widest code; -1 lets the format choose
+    bool oneLayer = false;  // expand and list stop at a compressed stream's own data
 };
 
 int expand(const Arguments& arguments);
@@ -30,6 +32,7 @@ int list(const Arguments& arguments);
 int identify(const Arguments& arguments);
 int tuck(const Arguments& arguments);
 int zip(const Arguments& arguments);
+int compress(const Arguments& arguments);
 
 // Prints "cratewerk: <message>" on standard error.
 void complain(const std::string& message);

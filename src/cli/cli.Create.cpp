@@ -124,7 +124,7 @@ int create(const Arguments& arguments, TKTWriter& writer, int format) {
         status = writer.canceled || console::interrupted() ? kCancelled : kFailure;
     } catch (const un::exception& e) {
         writer.progressSizeEndEvent();
-        complain(e.what());
+        complain(failureText(e));
         status = kFailure;
     }
     if (status != kSuccess) {
@@ -148,6 +148,17 @@ int zip(const Arguments& arguments) {
     TKTWriter writer(true);
     writer.compression(arguments.level);
     return create(arguments, writer, format::number::zip);
+}
+
+int compress(const Arguments& arguments) {
+    const std::string source = absolute(arguments.operands.front());
+    if (!io::Path::exists(source) || io::Path::directory(source)) {
+        complain("cannot read " + arguments.operands.front() + " as a file");
+        return kFailure;
+    }
+    TKTWriter writer(!arguments.quiet);
+    writer.compression(arguments.bits);
+    return create(arguments, writer, format::number::compress);
 }
 
 }  // namespace cli

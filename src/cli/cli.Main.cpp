@@ -27,6 +27,7 @@ const char* const kMainHelp =
     "  identify FILE...            name the format of each file and where it starts\n"
     "  tuck SOURCE... [-o ARCHIVE] create a tkt5 archive\n"
     "  zip SOURCE... [-o ARCHIVE]  create a Zip archive\n"
+    "  compress FILE [-b BITS]     compress a file as compress(1) does, to FILE.Z\n"
     "  call FUNCTION 'P1|P2|P3'    run an external function as the host would\n"
     "  version                     print the version\n"
     "\n"
@@ -50,13 +51,26 @@ const std::map<std::string, const char*> kHelp = {
      "  -q, --quiet                no progress bar\n"
      "  --replace                  without DEST, replace what has the result's name\n"
      "                             (never the archive itself or a folder holding it)\n"
+     "  --one-layer                a .tar.gz (.tgz, .tar.bz2, .tar.Z) gives the .tar,\n"
+     "                             not its items\n"
      "\n"
      "Ctrl-C cancels; what was written so far stays.\n"},
     {"list",
-     "usage: cratewerk list [--json] ARCHIVE\n"
+     "usage: cratewerk list [--json] [--one-layer] ARCHIVE\n"
      "\n"
      "Lists the items of ARCHIVE with their sizes, dates and types.\n"
-     "  --json   one JSON document for scripts\n"},
+     "  --json        one JSON document for scripts\n"
+     "  --one-layer   list a .tar.gz as the .tar it holds\n"},
+    {"compress",
+     "usage: cratewerk compress [-b BITS] FILE\n"
+     "\n"
+     "Compresses FILE to FILE.Z in the format of compress(1), which uncompress\n"
+     "expands. What exists is never replaced: a name that is taken gets a number.\n"
+     "Prints the path of the result.\n"
+     "\n"
+     "options:\n"
+     "  -b BITS      the widest code, 9 to 16 (default 16)\n"
+     "  -q, --quiet  no progress bar\n"},
     {"identify",
      "usage: cratewerk identify FILE...\n"
      "\n"
@@ -249,9 +263,17 @@ int main(int argc, char** argv) {
                 arguments.output = value;
             } else if (command == "tuck" && optionValue(argc, argv, i, arg, "--method", value)) {
                 arguments.method = choose(value, {{"arsenic", 15}, {"isp", 13}, {"stored", 0}}, "--method");
+            } else if ((command == "expand" || command == "list") && arg == "--one-layer") {
+                arguments.oneLayer = true;
+            } else if (command == "compress" && optionValue(argc, argv, i, arg, "-b", value)) {
+                const int bits = std::atoi(value.c_str());
+                if (value.find_first_not_of("0123456789") != std::string::npos || bits < 9 || bits > 16)
+                    throw std::runtime_error("-b takes 9 to 16");
+                arguments.bits = bits;
             } else if (command == "expand" && arg == "--replace") {
                 arguments.replace = true;
-            } else if ((command == "expand" || command == "call" || command == "tuck" || command == "zip") &&
+            } else if ((command == "expand" || command == "call" || command == "tuck" || command == "zip" ||
+                        command == "compress") &&
                        (arg == "-q" || arg == "--quiet")) {
                 arguments.quiet = true;
             } else if (command == "list" && arg == "--json") {
@@ -287,6 +309,10 @@ int main(int argc, char** argv) {
     if (command == "tuck") {
         if (arguments.operands.empty()) return usageError("tuck needs at least one source", command);
         return cli::tuck(arguments);
+    }
+    if (command == "compress") {
+        if (arguments.operands.size() != 1) return usageError("compress needs one file", command);
+        return cli::compress(arguments);
     }
     if (arguments.operands.empty()) return usageError("zip needs at least one source", command);
     return cli::zip(arguments);

@@ -8,12 +8,15 @@
 #include "format/bin/bin.Classifier.h"
 #include "format/btoa/btoa.Classifier.h"
 #include "format/bz2/bz2.Classifier.h"
+#include "format/bz2/bz2.Reader.h"
 #include "format/compact/compact.Classifier.h"
 #include "format/compress/compress.Classifier.h"
+#include "format/compress/compress.Reader.h"
 #include "format/cpt/cpt.Classifier.h"
 #include "format/format.Number.h"
 #include "format/freeze/freeze.Classifier.h"
 #include "format/gz/gz.Classifier.h"
+#include "format/gz/gz.Reader.h"
 #include "format/ha/ha.Classifier.h"
 #include "format/hqx/hqx.Classifier.h"
 #include "format/lha/lha.Classifier.h"
@@ -23,6 +26,7 @@
 #include "format/sco/sco.Classifier.h"
 #include "format/sv/sv.Classifier.h"
 #include "format/tar/tar.Classifier.h"
+#include "format/tar/tar.Reader.h"
 #include "format/tkt/tkt.Classifier.h"
 #include "format/tkt5/tkt5.Classifier.h"
 #include "format/tkt5/tkt5.Reader.h"
@@ -70,12 +74,13 @@ const std::vector<FormatDescriptor>& formats() {
         {n::arj, ".arj", container, classifier<format::arj::Classifier>, nullptr, nullptr},
         {n::bin, ".bin", stream, classifier<format::bin::Classifier>, nullptr, nullptr},
         {n::btoa, ".btoa", stream, classifier<format::btoa::Classifier>, nullptr, nullptr},
-        {n::bz2, ".bz2", stream, classifier<format::bz2::Classifier>, nullptr, nullptr},
+        {n::bz2, ".bz2", stream, classifier<format::bz2::Classifier>, reader<bz2::Reader>, nullptr},
         {n::compact, ".C", stream, classifier<format::compact::Classifier>, nullptr, nullptr},
-        {n::compress, ".Z", stream, classifier<format::compress::Classifier>, nullptr, nullptr},
+        {n::compress, ".Z", stream, classifier<format::compress::Classifier>, reader<compress::Reader>,
+         writer<compress::Writer>},
         {n::cpt, ".cpt", container, classifier<format::cpt::Classifier>, nullptr, nullptr},
         {n::freeze, ".F", stream, classifier<format::freeze::Classifier>, nullptr, nullptr},
-        {n::gz, ".gz", stream, classifier<format::gz::Classifier>, nullptr, nullptr},
+        {n::gz, ".gz", stream, classifier<format::gz::Classifier>, reader<gz::Reader>, nullptr},
         {n::ha, ".ha", container, classifier<format::ha::Classifier>, nullptr, nullptr},
         {n::hqx, ".hqx", stream, classifier<format::hqx::Classifier>, nullptr, nullptr},
         {n::lha, ".lzh", container, classifier<format::lha::Classifier>, nullptr, nullptr},
@@ -88,7 +93,7 @@ const std::vector<FormatDescriptor>& formats() {
         {n::tkt, ".tkt", container, classifier<format::tkt::Classifier>, nullptr, nullptr},
         {n::tktseg, "", container, classifier<format::tktseg::Classifier>, nullptr, nullptr},
         {n::tktsegN, "", container, classifier<format::tktseg::ClassifierN>, nullptr, nullptr},
-        {n::tar, ".tar", container, classifier<format::tar::Classifier>, nullptr, nullptr},
+        {n::tar, ".tar", container, classifier<format::tar::Classifier>, reader<tar::Reader>, nullptr},
         {n::uu, ".uu", stream, classifier<format::uu::Classifier>, nullptr, nullptr},
         {n::zip, ".zip", container, classifier<format::zip::Classifier>, reader<zip::Reader>, writer<zip::Writer>},
     };

@@ -137,6 +137,9 @@ public:
     // expands. Off, the first failure ends the run.
     un::property<bool> continueAfterItemFailure{false};
     std::vector<ItemFailure> itemFailures;
+    // Whether a compressed stream that holds an archive (a .tar.gz) comes out
+    // as that archive, rather than as its items.
+    un::property<bool> firstLayerOnly{false};
     // Items expanded otherwise than stored, with the reason (a link kept as a file).
     std::vector<ItemFailure> itemWarnings;
     // Where the first top-level item of the last decode went: a top folder or

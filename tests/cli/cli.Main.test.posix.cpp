@@ -77,8 +77,6 @@ INSTANTIATE_TEST_SUITE_P(
              "cratewerk: {samples}/notes.txt: not an archive\n"},
         Case{"list {samples}/notes.txt", 1, "", "cratewerk: {samples}/notes.txt: not an archive\n"},
         Case{"expand {samples}/missing.zip", 1, "", "cratewerk: {samples}/missing.zip: No such file or directory\n"},
-        Case{"expand {samples}/bla.tgz /nonexistent-output", 1, "",
-             "cratewerk: {samples}/bla.tgz: Gzip (gz) archives are not supported\n"},
         Case{"identify {samples}/notes.txt", 1, "*", ""}, Case{"call CRwrk-Version", 0, "Cratewerk\xAA v1.0.1\n", ""},
         Case{"call 0", 0, "Cratewerk\xAA v1.0.1\n", ""}, Case{"call CRwrk-Tuck ''", 1, "-50||\n", ""},
         Case{"call CRwrk-Expand '|b'", 1, "-50||\n", ""}, Case{"call CRwrk-Register 'key'", 0, "\n", ""},
@@ -87,7 +85,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"call CRwrk-Expand {samples}/notes.txt", 1, "-1|archive format is not supported|\n", ""}));
 
 TEST(Commands, EveryCommandHasHelp) {
-    for (const char* command : {"expand", "x", "list", "l", "identify", "tuck", "zip", "call", "version"}) {
+    for (const char* command : {"expand", "x", "list", "l", "identify", "tuck", "zip", "compress", "call", "version"}) {
         Outcome r = run(std::string(command) + " --help");
         EXPECT_EQ(r.status, 0) << command;
         EXPECT_EQ(r.out.rfind("usage: cratewerk ", 0), 0u) << command;

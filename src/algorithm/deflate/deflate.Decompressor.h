@@ -26,6 +26,9 @@ public:
 
     using stream::Transform::process;
     uint64_t process(stream::Input& in, stream::Output& out) override;
+    // The bytes of input that the last stream took, up to its final bit: a
+    // frame that follows starts there, whatever the read-ahead took.
+    uint64_t consumedBytes() const { return (consumed_ + 7) / 8; }
 
     // The order of the code-length codes, the length and distance bases and
     // extra bits (two invalid length symbols and two invalid distance symbols

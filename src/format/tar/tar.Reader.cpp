@@ -1,0 +1,253 @@
+#include "format/tar/tar.Reader.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+
+#include <vector>
+
+#include "engine/t5.Reader.h"
+#include "format/zip/zip.Name.h"
+#include "io/io.SafePath.h"
+#include "stream/stream.Input.h"
+#include "stream/stream.Output.h"
+
+namespace engine5::tar {
+
+using tuckett5::exception::BadData;
+using tuckett5::exception::BadFormat;
+
+namespace {
+
+la_ssize_t readBlock(struct archive*, void* data, const void** block) {
+    auto* source = static_cast<Reader::Source*>(data);
+    *block = source->buffer;
+    try {
+        return static_cast<la_ssize_t>(source->input->read(source->buffer, sizeof source->buffer));
+    } catch (...) {
+        source->failure = std::current_exception();
+        return -1;
+    }
+}
+
+uint32_t clamp32(uint64_t value) { return value > 0xFFFFFFFFu ? 0xFFFFFFFFu : static_cast<uint32_t>(value); }
+
+// A stored name without the slashes that end a folder's.
+std::string trimmed(std::string name) {
+    while (name.size() > 1 && name.back() == '/') name.pop_back();
+    return name;
+}
+
+// The name, in the engine's 8-bit form and in UTF-16. pax keeps names in
+// UTF-8; older headers keep bytes that are taken as UTF-8 where they are.
+void names(struct archive_entry* item, Entry& entry, bool folder) {
+    const char* utf8 = archive_entry_pathname_utf8(item);
+    const char* raw = archive_entry_pathname(item);
+    std::string name = utf8 ? utf8 : raw ? raw : "";
+    if (folder) name = trimmed(name);
+    entry.unicodeName = zip::decodeUTF8(name);
+    entry.name = zip::localName(entry.unicodeName);
+    entry.backslashSeparates = false;
+}
+
+// The target of a hard link as a path from the folder of the link.
+std::string relativeTarget(const std::string& link, const std::string& target) {
+    std::string path;
+    const size_t depth = io::safeComponents(link).size();
+    for (size_t i = 1; i < depth; ++i) path += "../";
+    const std::vector<std::string> parts = io::safeComponents(target);
+    for (size_t i = 0; i < parts.size(); ++i) path += (i ? "/" : "") + parts[i];
+    return path;
+}
+
+const char* kindName(mode_t type) {
+    switch (type) {
+        case AE_IFCHR:
+            return "a character device is not expanded";
+        case AE_IFBLK:
+            return "a block device is not expanded";
+        case AE_IFIFO:
+            return "a named pipe is not expanded";
+        case AE_IFSOCK:
+            return "a socket is not expanded";
+        default:
+            return "an item of unknown type is not expanded";
+    }
+}
+
+}  // namespace
+
+Reader::Reader(uint32_t position, tuckett5::Reader& reader) : FormatReader(position, reader) { foldersAreItems = true; }
+
+Reader::~Reader() { close(); }
+
+void Reader::open(stream::random::Input& archive) {
+    close();
+    archive.seek(reader.archiveInfo.position);
+    source_.input = static_cast<stream::Input*>(&archive);
+    source_.failure = nullptr;
+    archive_ = archive_read_new();
+    if (!archive_) throw BadFormat("cannot start the tar parser");
+    archive_read_support_filter_none(archive_);
+    archive_read_support_format_tar(archive_);
+    archive_read_support_format_gnutar(archive_);
+    if (archive_read_open(archive_, &source_, nullptr, readBlock, nullptr) != ARCHIVE_OK) fail("not a tar archive");
+}
+
+void Reader::close() {
+    if (archive_) archive_read_free(archive_);
+    archive_ = nullptr;
+}
+
+void Reader::fail(const char* fallback) {
+    if (source_.failure) std::rethrow_exception(source_.failure);
+    const char* why = archive_ ? archive_error_string(archive_) : nullptr;
+    throw BadFormat(std::string("invalid tar archive: ") + (why ? why : fallback));
+}
+
+bool Reader::next(struct archive_entry*& item) {
+    const int result = archive_read_next_header(archive_, &item);
+    if (result == ARCHIVE_EOF) return false;
+    if (result < ARCHIVE_WARN) fail("bad header");
+    return true;
+}
+
+void Reader::scan(stream::random::Input& archive, io::random::File&) {
+    tuckett5::ArchiveInfo& info = reader.archiveInfo;
+    info.reset();
+    open(archive);
+    reader.fireProgressScanBegin();
+    uint64_t total = 0;
+    std::string root;
+    bool sameRoot = true;
+    bool fileAtRoot = false;
+    struct archive_entry* item = nullptr;
+    while (next(item)) {
+        reader.fireProgressScanStep();
+        const mode_t type = archive_entry_filetype(item);
+        const bool folder = type == AE_IFDIR;
+        Entry entry;
+        names(item, entry, folder);
+        if (folder) {
+            entry.kind = Entry::Kind::folder;
+            describe(entry);
+            reader.fireFolderInfo();
+        } else {
+            const uint64_t size = archive_entry_size_is_set(item) ? uint64_t(archive_entry_size(item)) : 0;
+            entry.dataSize(type == AE_IFREG && !archive_entry_hardlink(item) ? size : 0);
+            entry.compressedSize(entry.dataSize());
+            entry.modificationTime(archive_entry_mtime(item));
+            entry.permissions(archive_entry_perm(item) & 0777);
+            if (type == AE_IFLNK) {
+                entry.kind = Entry::Kind::link;
+                const char* target = archive_entry_symlink(item);
+                entry.linkTarget = target ? target : "";
+            }
+            describe(entry);
+            reader.fireFileInfo();
+            total += entry.dataSize();
+        }
+        const std::vector<std::string> components = io::safeComponents(entry.name);
+        const std::string first = components.empty() ? std::string() : components.front();
+        if (info.fileCount == 0)
+            root = first;
+        else if (first != root)
+            sameRoot = false;
+        if (components.size() <= 1 && !folder) fileAtRoot = true;
+        ++info.fileCount;
+    }
+    info.expandedSize(clamp32(total));
+    info.compressedSize(clamp32(total));
+    const bool single = sameRoot && !root.empty() && (!fileAtRoot || info.fileCount == 1);
+    info.rootName = single ? root : std::string();
+    close();
+    reader.fireProgressScanEnd();
+    reader.fireArchiveInfo();
+}
+
+void Reader::writeData(uint64_t size) {
+    stream::Output& out = dataFork();
+    uint64_t at = 0;
+    for (;;) {
+        const void* block = nullptr;
+        size_t length = 0;
+        la_int64_t offset = 0;
+        const int result = archive_read_data_block(archive_, &block, &length, &offset);
+        if (result == ARCHIVE_EOF) break;
+        if (result < ARCHIVE_WARN) {
+            if (source_.failure) std::rethrow_exception(source_.failure);
+            const char* why = archive_error_string(archive_);
+            throw BadData(std::string("tar item is damaged or truncated: ") + (why ? why : "data is invalid"));
+        }
+        // A sparse file's holes come as gaps between the blocks.
+        if (offset < 0 || uint64_t(offset) < at || uint64_t(offset) > size || length > size - uint64_t(offset))
+            throw BadData("tar item is damaged: data is invalid");
+        if (uint64_t(offset) > at) out.fill(uint64_t(offset) - at, 0);
+        out.write(static_cast<const char*>(block), static_cast<uint32_t>(length));
+        at = uint64_t(offset) + length;
+        bytesDone += length;
+    }
+    if (at < size) out.fill(size - at, 0);
+}
+
+void Reader::decode(stream::random::Input& archive, io::random::File&) {
+    reader.fireArchiveDecodeBegin();
+    reader.fireProgressSizeBegin(reader.archiveInfo.expandedSize());
+    reader.fireProgressFilesBegin(reader.archiveInfo.fileCount);
+    itemsDone = 0;
+    bytesDone = 0;
+    reader.fireProgressFilesMove(0);
+    open(archive);
+
+    std::vector<std::pair<std::string, Entry>> folders;
+    struct archive_entry* item = nullptr;
+    while (next(item)) {
+        const mode_t type = archive_entry_filetype(item);
+        Entry entry;
+        names(item, entry, type == AE_IFDIR);
+        entry.modificationTime(archive_entry_mtime(item));
+        // Only the permission bits: setuid, setgid and sticky never come out.
+        entry.permissions(archive_entry_perm(item) & 0777);
+        if (type == AE_IFDIR) {
+            entry.kind = Entry::Kind::folder;
+            const std::string path = expandFolder(entry);
+            if (!path.empty()) folders.emplace_back(path, entry);
+            continue;
+        }
+        if (const char* target = archive_entry_hardlink(item)) {
+            std::string stored = target;
+            if (const char* utf8 = archive_entry_hardlink_utf8(item)) stored = utf8;
+            entry.kind = Entry::Kind::link;
+            entry.dataSize(0);
+            entry.linkTarget = relativeTarget(entry.name, zip::localName(zip::decodeUTF8(stored)));
+            expandFile(entry, [] {});
+            continue;
+        }
+        if (type == AE_IFLNK) {
+            entry.kind = Entry::Kind::link;
+            const char* target = archive_entry_symlink_utf8(item);
+            if (!target) target = archive_entry_symlink(item);
+            entry.linkTarget = target ? zip::localName(zip::decodeUTF8(target)) : "";
+            entry.dataSize(0);
+            expandFile(entry, [] {});
+            continue;
+        }
+        if (type != AE_IFREG) {
+            reader.itemWarnings.push_back({entry.name, "", "", kindName(type)});
+            continue;
+        }
+        const uint64_t size = archive_entry_size_is_set(item) ? uint64_t(archive_entry_size(item)) : 0;
+        entry.dataSize(size);
+        entry.resourceSize(0);
+        entry.compressedSize(size);
+        expandFile(entry, [&] { writeData(size); });
+    }
+    for (auto it = folders.rbegin(); it != folders.rend(); ++it) finishFolder(it->first, it->second);
+    close();
+
+    reader.fireProgressSizeEnd();
+    reader.fireProgressFilesEnd();
+    reader.fireArchiveDecodeEnd();
+    reader.nextPosition = clamp32(archive.size());
+}
+
+}  // namespace engine5::tar

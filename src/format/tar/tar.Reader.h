@@ -1,0 +1,49 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+#include "engine/engine5.FormatReader.h"
+
+struct archive;
+struct archive_entry;
+
+namespace engine5::tar {
+
+// Expands a tar archive of any dialect (v7, ustar, GNU long names and sparse
+// files, pax) with libarchive as the parser only: every item, link and byte of
+// data goes through the extraction path, so names and links stay inside the
+// output folder. Device nodes, pipes and sockets are passed over with a
+// warning; setuid, setgid and sticky bits are dropped. A hard link becomes a
+// symbolic link to the item it names.
+class Reader : public FormatReader {
+public:
+    Reader(uint32_t position, tuckett5::Reader& reader);
+    ~Reader() override;
+
+    using FormatReader::decode;
+    using FormatReader::scan;
+    void scan(stream::random::Input& archive, io::random::File& file) override;
+    void decode(stream::random::Input& archive, io::random::File& file) override;
+
+    // The input and read-ahead that libarchive's callback reads from, and a
+    // failure of the input, kept until control is back in C++.
+    struct Source {
+        stream::Input* input = nullptr;
+        char buffer[65536];
+        std::exception_ptr failure;
+    };
+
+private:
+    void open(stream::random::Input& archive);
+    void close();
+    // The next header, or false at the end of the archive.
+    bool next(struct archive_entry*& item);
+    void fail(const char* fallback);
+    void writeData(uint64_t size);
+
+    struct archive* archive_ = nullptr;
+    Source source_;
+};
+
+}  // namespace engine5::tar

@@ -215,7 +215,9 @@ TEST(UnixFormats, OurCompressIsReadByCompress) {
     makeSources(scratch.path() / "src", false);
     run("cat src/top/text.txt src/top/noise.bin src/top/text.txt > f", scratch.path());
     const std::string original = readFile(scratch.path() / "f");
-    for (int bits = 10; bits <= 16; ++bits) {
+    // A full table of 9 bits goes on with 10-bit codes, as both peers read it
+    // (compress's own -b 9 output of a file this long reads back in neither).
+    for (int bits = 9; bits <= 16; ++bits) {
         Ran made = run(kTool + " compress -q -b " + std::to_string(bits) + " f", scratch.path());
         ASSERT_EQ(made.status, 0) << made.err;
         EXPECT_EQ(made.out, (scratch.path() / "f.Z").string() + "\n");

@@ -33,8 +33,18 @@ public:
     const std::filesystem::path& path() const { return path_; }
     std::string str() const { return path_.string(); }
     // A name below the folder, written with "/", in the platform's form.
+    // The join is made on the bytes: a name in the ANSI code page must not be
+    // taken through std::filesystem's conversion, which would turn it to UTF-8.
     std::string operator/(const std::string& relative) const {
-        return (path_ / std::filesystem::path(relative).make_preferred()).string();
+#ifdef _WIN32
+        const char separator = '\\';
+#else
+        const char separator = '/';
+#endif
+        std::string joined = str();
+        joined += separator;
+        for (char c : relative) joined += c == '/' ? separator : c;
+        return joined;
     }
     // Writes a file below the folder, with the folders above it; answers its path.
     std::string write(const std::string& relative, const std::string& bytes) const {

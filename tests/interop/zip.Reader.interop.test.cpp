@@ -17,49 +17,19 @@
 
 namespace fs = std::filesystem;
 
+#include "interop.Shell.h"
 #include "support/scratch.h"
 
 namespace {
 
 const std::string kData = std::string(CRATEWERK_TEST_DATA) + "/zip/";
 
-std::string readFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-void writeFile(const fs::path& path, const std::string& data) {
-    fs::create_directories(path.parent_path());
-    std::ofstream out(path, std::ios::binary);
-    out << data;
-}
-
-std::string quote(const std::string& s) {
-    std::string q = "'";
-    for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return q + "'";
-}
-
-bool have(const std::string& program) {
-    return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0;
-}
-
-struct Ran {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-Ran run(const std::string& command, const fs::path& scratch) {
-    const fs::path out = scratch / "stdout.txt", err = scratch / "stderr.txt";
-    int raw = std::system(("cd " + quote(scratch.string()) + " && (" + command + ") </dev/null >" +
-                           quote(out.string()) + " 2>" + quote(err.string()))
-                              .c_str());
-    Ran r{WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err)};
-    fs::remove(out);
-    fs::remove(err);
-    return r;
-}
+using interop::have;
+using interop::quote;
+using interop::readFile;
+using interop::Ran;
+using interop::run;
+using interop::writeFile;
 
 // Every file and folder below `root`: files with their bytes, folders with "/".
 std::map<std::string, std::string> tree(const fs::path& root) {

@@ -4,6 +4,7 @@
 
 #include "engine/engine5.FormatWriter.h"
 #include "format/arc/arc.Classifier.h"
+#include "format/arc/arc.Reader.h"
 #include "format/arj/arj.Classifier.h"
 #include "format/bin/bin.Classifier.h"
 #include "format/btoa/btoa.Classifier.h"
@@ -70,7 +71,7 @@ const std::vector<FormatDescriptor>& formats() {
     // In the order in which the classifiers are added; among classifiers of
     // equal priority it decides which is tried first.
     static const std::vector<FormatDescriptor> all = {
-        {n::arc, ".arc", container, classifier<format::arc::Classifier>, nullptr, nullptr},
+        {n::arc, ".arc", container, classifier<format::arc::Classifier>, reader<arc::Reader>, nullptr},
         {n::arj, ".arj", container, classifier<format::arj::Classifier>, nullptr, nullptr},
         {n::bin, ".bin", stream, classifier<format::bin::Classifier>, nullptr, nullptr},
         {n::btoa, ".btoa", stream, classifier<format::btoa::Classifier>, nullptr, nullptr},

@@ -7,6 +7,8 @@
 #include <memory>
 #include <random>
 
+#include "algorithm/arc/arc.Uncruncher.h"
+#include "algorithm/arc/arc.Unsqueezer.h"
 #include "algorithm/arsenic/arsenic.Decompressor.h"
 #include "algorithm/deflate/deflate.Decompressor.h"
 #include "algorithm/isp/isp.Decompressor.h"
@@ -122,6 +124,20 @@ int implode(const uint8_t* data, size_t size) {
         data, size);
 }
 
+// ARC's methods: bits 0 to 2 of the first byte pick method 3 to 9 (the
+// values 7 and above mean 9), bit 3 the counted form.
+int arcmethods(const uint8_t* data, size_t size) {
+    return decodeLegacy(
+        [](uint8_t options) -> std::unique_ptr<stream::Transform> {
+            const int method = 3 + (options >> 1 & 7) > 9 ? 9 : 3 + (options >> 1 & 7);
+            if (method == 3) return std::make_unique<algorithm::arc::Unpacker>();
+            if (method == 4) return std::make_unique<algorithm::arc::Unsqueezer>();
+            if (method <= 7) return std::make_unique<algorithm::arc::OldUncruncher>(method);
+            return std::make_unique<algorithm::arc::Uncruncher>(method);
+        },
+        data, size);
+}
+
 // A folder of its own for each run of a reader target: the archive and the
 // output folder side by side, removed afterwards.
 class Scratch {
@@ -229,6 +245,9 @@ int expand(int format, const uint8_t* data, size_t size) {
 
 int tkt5(const uint8_t* data, size_t size) { return expand(format::number::tkt5, data, size); }
 int zip(const uint8_t* data, size_t size) { return expand(format::number::zip, data, size); }
+int arc(const uint8_t* data, size_t size) { return expand(format::number::arc, data, size); }
+int lha(const uint8_t* data, size_t size) { return expand(format::number::lha, data, size); }
+int rar(const uint8_t* data, size_t size) { return expand(format::number::rar, data, size); }
 
 // Reads one record from the bytes, and writes back what was read: the
 // written form must be as long as the record says it is.
@@ -382,6 +401,10 @@ const std::vector<Entry>& targets() {
         {"tkt5records", tkt5records},
         {"ziprecords", ziprecords},
         {"classify", classify},
+        {"arcmethods", arcmethods},
+        {"arc", arc},
+        {"lha", lha},
+        {"rar", rar},
     };
     return all;
 }

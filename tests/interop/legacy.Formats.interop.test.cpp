@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "interop.Shell.h"
-#include "stream/check/crc.CRC.h"
+#include "support/arc.h"
 #include "support/scratch.h"
 
 namespace fs = std::filesystem;
@@ -101,78 +101,52 @@ INSTANTIATE_TEST_SUITE_P(Made, LegacyMade,
                                                 "arc x ../src/made"}),
                          [](const testing::TestParamInfo<Case>& info) { return std::string(info.param.title); });
 
-// ARC's first crunching, encoded as arc 4 did: twelve-bit codes whose table
-// places each string by a hash of its prefix and last byte.
-class OldCrunch {
-public:
-    explicit OldCrunch(bool fast) : fast_(fast), table_(4096) {
-        for (int c = 0; c < 256; ++c) add(noPrefix, c);
-    }
-
-    std::string encode(const std::string& data) {
-        std::vector<int> codes;
-        if (!data.empty()) {
-            int w = find(noPrefix, static_cast<unsigned char>(data[0]));
-            for (size_t i = 1; i < data.size(); ++i) {
-                const int c = static_cast<unsigned char>(data[i]);
-                const int wc = find(w, c);
-                if (wc >= 0) {
-                    w = wc;
-                    continue;
-                }
-                codes.push_back(w);
-                add(w, c);
-                w = find(noPrefix, c);
-            }
-            codes.push_back(w);
-        }
-        std::string out;
-        for (size_t i = 0; i < codes.size(); i += 2) {
-            const int a = codes[i], b = i + 1 < codes.size() ? codes[i + 1] : -1;
-            out += static_cast<char>(a >> 4);
-            out += static_cast<char>((a & 0xF) << 4 | (b < 0 ? 0 : b >> 8));
-            if (b >= 0) out += static_cast<char>(b & 0xFF);
-        }
-        return out;
-    }
-
-private:
-    static constexpr int noPrefix = 0xFFFF;
-    struct Slot {
-        bool used = false;
-        int next = 0, prefix = 0, last = 0;
-    };
-
-    int hash(int prefix, int last) const {
-        const uint32_t key = uint32_t(prefix + last) & 0xFFFF;
-        if (fast_) return static_cast<int>((key * 15073u) & 0xFFF);
-        const uint32_t k = key | 0x800;
-        return static_cast<int>((k * k >> 6) & 0xFFF);
-    }
-    int find(int prefix, int last) const {
-        for (int at = hash(prefix, last);; at = table_[at].next) {
-            if (table_[at].used && table_[at].prefix == prefix && table_[at].last == last) return at;
-            if (!table_[at].used || table_[at].next == 0) return -1;
-        }
-    }
-    void add(int prefix, int last) {
-        if (left_ == 0) return;
-        --left_;
-        int at = hash(prefix, last);
-        if (table_[at].used) {
-            while (table_[at].next) at = table_[at].next;
+// ARC's first crunching as arc 4 encoded it: twelve-bit codes, two in three
+// bytes, each new string placed where a hash of its prefix and last byte
+// points, or past the end of that hash's chain (101 on, then the first free).
+std::string oldCrunch(const std::string& data, bool fast) {
+    constexpr int none = 0xFFFF;
+    std::vector<int> next(4096), used(4096);
+    std::map<std::pair<int, int>, int> codes;
+    int left = 4096;
+    auto add = [&](int prefix, int last) {
+        if (left == 0) return;
+        --left;
+        const uint32_t key = uint32_t(prefix + last) & 0xFFFF, k = key | 0x800;
+        int at = static_cast<int>(fast ? key * 15073u & 0xFFF : k * k >> 6 & 0xFFF);
+        if (used[at]) {
+            while (next[at]) at = next[at];
             int free = (at + 101) & 0xFFF;
-            while (table_[free].used) free = (free + 1) % 4096;
-            table_[at].next = free;
+            while (used[free]) free = (free + 1) % 4096;
+            next[at] = free;
             at = free;
         }
-        table_[at] = Slot{true, 0, prefix, last};
+        used[at] = 1;
+        codes[{prefix, last}] = at;
+    };
+    for (int c = 0; c < 256; ++c) add(none, c);
+    std::vector<int> out;
+    int w = -1;
+    for (const unsigned char c : data) {
+        const auto found = codes.find({w < 0 ? none : w, c});
+        if (w >= 0 && found == codes.end()) {
+            out.push_back(w);
+            add(w, c);
+            w = codes[{none, c}];
+        } else {
+            w = found->second;
+        }
     }
-
-    bool fast_;
-    std::vector<Slot> table_;
-    int left_ = 4096;
-};
+    if (w >= 0) out.push_back(w);
+    std::string bytes;
+    for (size_t i = 0; i < out.size(); i += 2) {
+        const int a = out[i], b = i + 1 < out.size() ? out[i + 1] : 0;
+        bytes += static_cast<char>(a >> 4);
+        bytes += static_cast<char>((a & 0xF) << 4 | b >> 8);
+        if (i + 1 < out.size()) bytes += static_cast<char>(b & 0xFF);
+    }
+    return bytes;
+}
 
 // ARC's run-length packing: "c 0x90 n" for runs, "0x90 0" for the marker.
 std::string pack(const std::string& data) {
@@ -197,25 +171,6 @@ std::string pack(const std::string& data) {
     return out;
 }
 
-std::string arcEntry(int method, const std::string& name, const std::string& data, const std::string& stored) {
-    algorithm::crc::BisyncCRC crc;
-    crc.update(data.data(), static_cast<uint32_t>(data.size()));
-    std::string b = "\x1A";
-    b += static_cast<char>(method);
-    std::string field = name;
-    field.resize(13, '\0');
-    b += field;
-    auto le = [&](uint32_t v, int n) {
-        for (int i = 0; i < n; ++i) b += static_cast<char>(v >> (8 * i));
-    };
-    le(static_cast<uint32_t>(stored.size()), 4);
-    le(0x5A21, 2);
-    le(0x6000, 2);
-    le(crc.value(), 2);
-    le(static_cast<uint32_t>(data.size()), 4);
-    return b + stored;
-}
-
 TEST(LegacyFormats, FirstCrunchingReadsAsArcReadsIt) {
     if (!have("arc")) GTEST_SKIP() << "arc is not installed";
     test::Scratch scratch;
@@ -226,7 +181,7 @@ TEST(LegacyFormats, FirstCrunchingReadsAsArcReadsIt) {
         for (int method : {5, 6, 7}) {
             const std::string entry = base.substr(0, 6) + "." + std::to_string(method);
             const std::string input = method == 5 ? bytes : pack(bytes);
-            archive += arcEntry(method, entry, bytes, OldCrunch(method == 7).encode(input));
+            archive += test::arc::entry(method, entry, bytes, oldCrunch(input, method == 7));
             expected[entry] = bytes;
         }
     }

@@ -89,7 +89,6 @@ uint16_t le16(const unsigned char* b) { return static_cast<uint16_t>(b[0] | b[1]
 }  // namespace
 
 bool ItemHeader::read(stream::Input& in) {
-    offset = in.tell();
     const int first = in.read();
     if (first < 0) return false;
     if (first != mark) throw BadFormat("bad header in arc reader");

@@ -23,8 +23,7 @@ struct ItemHeader {
     uint16_t time = 0;
     uint16_t crc = 0;
     uint32_t size = 0;
-    // Where the header and the data begin.
-    uint64_t offset = 0;
+    // Where the data begins.
     uint64_t dataOffset = 0;
 
     // Reads the header at the stream's position: false at the end of the

@@ -7,8 +7,9 @@
 #include <memory>
 #include <random>
 
-#include "algorithm/arc/arc.Uncruncher.h"
-#include "algorithm/arc/arc.Unsqueezer.h"
+#include "algorithm/arc/arc.Crunch567Decompressor.h"
+#include "algorithm/arc/arc.CrunchDecompressor.h"
+#include "algorithm/arc/arc.SqueezeDecompressor.h"
 #include "algorithm/arsenic/arsenic.Decompressor.h"
 #include "algorithm/deflate/deflate.Decompressor.h"
 #include "algorithm/isp/isp.Decompressor.h"
@@ -124,18 +125,40 @@ int implode(const uint8_t* data, size_t size) {
         data, size);
 }
 
-// ARC's methods: bits 0 to 2 of the first byte pick method 3 to 9 (the
-// values 7 and above mean 9), bit 3 the counted form.
+// ARC's methods: bits 1 to 3 of the first byte pick method 3 to 9 (the
+// values above 6 mean 9). All but squeezing are counted; squeezing is
+// followed by its unpacking, held to the count.
 int arcmethods(const uint8_t* data, size_t size) {
-    return decodeLegacy(
-        [](uint8_t options) -> std::unique_ptr<stream::Transform> {
-            const int method = 3 + (options >> 1 & 7) > 9 ? 9 : 3 + (options >> 1 & 7);
-            if (method == 3) return std::make_unique<algorithm::arc::Unpacker>();
-            if (method == 4) return std::make_unique<algorithm::arc::Unsqueezer>();
-            if (method <= 7) return std::make_unique<algorithm::arc::OldUncruncher>(method);
-            return std::make_unique<algorithm::arc::Uncruncher>(method);
-        },
-        data, size);
+    using namespace algorithm::arc;
+    if (size < 4) return 0;
+    const int pick = data[0] >> 1 & 7;
+    const int method = pick > 6 ? 9 : 3 + pick;
+    const uint64_t count = uint64_t(data[1]) << 16 | uint64_t(data[2]) << 8 | data[3];
+    stream::ArrayInput in(reinterpret_cast<const char*>(data + 4), uint32_t(size - 4));
+    CappedOutput out;
+    try {
+        uint64_t written = 0;
+        if (method == 4) {
+            BoundedOutput bounded(out, count);
+            RunLengthOutput unpacked(bounded);
+            try {
+                SqueezeDecompressor().process(in, unpacked);
+            } catch (const BoundedOutput::Full&) {
+            }
+            written = bounded.tell();
+        } else if (method == 3) {
+            written = RLEDecoder().process(in, out, count);
+        } else if (method <= 7) {
+            written = Crunch567Decompressor(method).process(in, out, count);
+        } else if (method == 8) {
+            written = CrunchDecompressor().process(in, out, count);
+        } else {
+            written = SquashDecompressor().process(in, out, count);
+        }
+        if (written > count || out.tell() > count) throw Finding("an ARC decoder wrote past its count");
+    } catch (const un::exception&) {
+    }
+    return 0;
 }
 
 // A folder of its own for each run of a reader target: the archive and the

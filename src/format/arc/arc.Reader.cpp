@@ -1,11 +1,11 @@
 #include "format/arc/arc.Reader.h"
 
 #include <ctime>
-#include <memory>
 
 #include "algorithm/algorithm.Exception.h"
-#include "algorithm/arc/arc.Uncruncher.h"
-#include "algorithm/arc/arc.Unsqueezer.h"
+#include "algorithm/arc/arc.Crunch567Decompressor.h"
+#include "algorithm/arc/arc.CrunchDecompressor.h"
+#include "algorithm/arc/arc.SqueezeDecompressor.h"
 #include "algorithm/unicode.CP437.h"
 #include "engine/t5.Exception.h"
 #include "engine/t5.Reader.h"
@@ -63,21 +63,29 @@ std::string methodName(int method) {
     }
 }
 
-std::unique_ptr<stream::Transform> decoderFor(int method) {
+// Decodes the data of an entry of methods 3 to 9 into at most `size` bytes.
+uint64_t decodeData(int method, stream::Input& in, stream::Output& out, uint64_t size) {
+    using namespace algorithm::arc;
     switch (method) {
         case 3:
-            return std::make_unique<algorithm::arc::Unpacker>();
-        case 4:
-            return std::make_unique<algorithm::arc::Unsqueezer>();
-        case 5:
-        case 6:
-        case 7:
-            return std::make_unique<algorithm::arc::OldUncruncher>(method);
+            return RLEDecoder().process(in, out, size);
+        case 4: {
+            // The tree's own end mark ends the squeezed data; the packing
+            // behind it is held to the size here.
+            BoundedOutput bounded(out, size);
+            RunLengthOutput unpacked(bounded);
+            try {
+                SqueezeDecompressor().process(in, unpacked);
+            } catch (const BoundedOutput::Full&) {
+            }
+            return bounded.tell();
+        }
         case 8:
+            return CrunchDecompressor().process(in, out, size);
         case 9:
-            return std::make_unique<algorithm::arc::Uncruncher>(method);
+            return SquashDecompressor().process(in, out, size);
         default:
-            return nullptr;
+            return Crunch567Decompressor(method).process(in, out, size);
     }
 }
 
@@ -169,14 +177,14 @@ void Reader::expandData(stream::random::Input& archive, const ItemHeader& header
     archive.seek(header.dataOffset);
     stream::LimitedInput limited(archive, header.compressedSize);
     stream::BufferedInput in(limited, 65536);
-    algorithm::crc::BisyncCRC crc;
+    algorithm::crc::GenericCRC16 crc(0xA001, 0);
     algorithm::crc::CRC16Output checked(dataFork(), crc);
     uint64_t written = 0;
     if (header.method <= 2) {
         written = in.copy(checked, header.size);
     } else {
         try {
-            written = decoderFor(header.method)->process(in, checked, header.size);
+            written = decodeData(header.method, in, checked, header.size);
         } catch (const algorithm::Exception& failure) {
             throw BadData(failure.message() + "; data is invalid");
         }

@@ -1,9 +1,8 @@
-#include "algorithm/arc/arc.Uncruncher.h"
+#include "algorithm/arc/arc.Crunch567Decompressor.h"
 
 #include <vector>
 
 #include "algorithm/algorithm.Exception.h"
-#include "algorithm/lzw/lzw.Decompressor.h"
 #include "stream/stream.Input.h"
 
 namespace algorithm::arc {
@@ -93,11 +92,11 @@ private:
 
 }  // namespace
 
-OldUncruncher::OldUncruncher(int method) : method_(method) {
+Crunch567Decompressor::Crunch567Decompressor(int method) : method_(method) {
     if (method < 5 || method > 7) throw Exception("not a crunching method");
 }
 
-void OldUncruncher::decode(stream::Input& in, stream::Output& out) {
+void Crunch567Decompressor::decode(stream::Input& in, stream::Output& out) {
     RunLengthOutput unpacked(out);
     stream::Output& sink = method_ == 5 ? out : unpacked;
     OldTable table(method_ == 7);
@@ -126,28 +125,10 @@ void OldUncruncher::decode(stream::Input& in, stream::Output& out) {
         sink.write(static_cast<char>(head));
         for (auto it = stack.rbegin(); it != stack.rend(); ++it) sink.write(*it);
         if (unknown) sink.write(static_cast<char>(first));
-        // The first byte of an unknown code's string is the first byte of
-        // the string before it.
-        first = unknown ? first : head;
+        first = head;
         table.add(static_cast<uint16_t>(oldCode), first);
         oldCode = code;
     }
-}
-
-Uncruncher::Uncruncher(int method) : method_(method) {
-    if (method != 8 && method != 9) throw Exception("not a crunching method");
-}
-
-void Uncruncher::decode(stream::Input& in, stream::Output& out) {
-    if (method_ == 9) {
-        lzw::Decompressor(13).process(in, out);
-        return;
-    }
-    const int bits = in.read();
-    if (bits < 0) return;
-    if (bits != 12) throw Exception("crunched with " + std::to_string(bits) + " bits, can only handle 12 bits");
-    RunLengthOutput unpacked(out);
-    lzw::Decompressor(12).process(in, unpacked);
 }
 
 }  // namespace algorithm::arc

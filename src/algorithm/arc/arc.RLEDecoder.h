@@ -17,6 +17,7 @@ class BoundedOutput : public stream::Output {
 public:
     struct Full {};
     BoundedOutput(stream::Output& under, uint64_t limit) : under_(under), left_(limit) {}
+    using stream::Output::write;
     void write(char value) override;
     void write(const char* buffer, uint32_t count) override;
     uint64_t tell() const override { return count_; }
@@ -33,6 +34,7 @@ private:
 class RunLengthOutput : public stream::Output {
 public:
     explicit RunLengthOutput(stream::Output& under) : under_(under) {}
+    using stream::Output::write;
     void write(char value) override;
     uint64_t tell() const override { return under_.tell(); }
 
@@ -42,20 +44,20 @@ private:
     bool marked_ = false;
 };
 
-// The common frame of ARC's method decoders: each decodes its whole input,
-// or only up to the count it is given, and never writes more than that.
-class MethodDecoder : public stream::Transform {
+// The frame of ARC's counted decoders: each decodes its input up to the count
+// it is given, and never writes more than that.
+class CountedDecoder : public stream::Transform {
 public:
-    uint64_t process(stream::Input& in, stream::Output& out) override;
+    using stream::Transform::process;
     uint64_t process(stream::Input& in, stream::Output& out, uint64_t count) override;
 
 protected:
-    // Decodes `in` to its end into `out`.
+    // Decodes `in` to its end into `out`; a full `out` ends it early.
     virtual void decode(stream::Input& in, stream::Output& out) = 0;
 };
 
 // Method 3, packed: run length alone.
-class Unpacker : public MethodDecoder {
+class RLEDecoder : public CountedDecoder {
 protected:
     void decode(stream::Input& in, stream::Output& out) override;
 };

@@ -1,4 +1,4 @@
-#include "algorithm/arc/arc.Unpacker.h"
+#include "algorithm/arc/arc.RLEDecoder.h"
 
 #include "stream/stream.Input.h"
 
@@ -37,9 +37,7 @@ void RunLengthOutput::write(char value) {
         under_.fill(count - 1u, last_);
 }
 
-uint64_t MethodDecoder::process(stream::Input& in, stream::Output& out) { return process(in, out, stream::all); }
-
-uint64_t MethodDecoder::process(stream::Input& in, stream::Output& out, uint64_t count) {
+uint64_t CountedDecoder::process(stream::Input& in, stream::Output& out, uint64_t count) {
     BoundedOutput bounded(out, count);
     try {
         decode(in, bounded);
@@ -49,7 +47,7 @@ uint64_t MethodDecoder::process(stream::Input& in, stream::Output& out, uint64_t
     return bounded.tell();
 }
 
-void Unpacker::decode(stream::Input& in, stream::Output& out) {
+void RLEDecoder::decode(stream::Input& in, stream::Output& out) {
     RunLengthOutput unpacked(out);
     char buffer[4096];
     while (const uint32_t n = in.read(buffer, sizeof buffer))

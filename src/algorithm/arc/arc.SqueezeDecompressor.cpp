@@ -1,9 +1,10 @@
-#include "algorithm/arc/arc.Unsqueezer.h"
+#include "algorithm/arc/arc.SqueezeDecompressor.h"
 
 #include <array>
 
 #include "algorithm/algorithm.Exception.h"
 #include "stream/stream.Input.h"
+#include "stream/stream.Output.h"
 
 namespace algorithm::arc {
 
@@ -22,7 +23,7 @@ int readWord(stream::Input& in) {
 
 }  // namespace
 
-void Unsqueezer::decode(stream::Input& in, stream::Output& out) {
+uint64_t SqueezeDecompressor::process(stream::Input& in, stream::Output& out) {
     const int nodes = readWord(in);
     if (nodes < 0 || nodes >= values) throw Exception("squeezed data has an invalid decoding tree");
     // A child below zero is a leaf holding -(value + 1); an empty tree holds
@@ -36,7 +37,7 @@ void Unsqueezer::decode(stream::Input& in, stream::Output& out) {
             tree[i][side] = static_cast<int16_t>(child);
         }
 
-    RunLengthOutput unpacked(out);
+    uint64_t written = 0;
     int bits = 0;
     int held = 0;
     for (;;) {
@@ -45,7 +46,7 @@ void Unsqueezer::decode(stream::Input& in, stream::Output& out) {
             if (held == 0) {
                 bits = in.read();
                 // Data may end without the end mark; what was whole stands.
-                if (bits < 0) return;
+                if (bits < 0) return written;
                 held = 8;
             }
             node = tree[node][bits & 1];
@@ -53,8 +54,9 @@ void Unsqueezer::decode(stream::Input& in, stream::Output& out) {
             --held;
         } while (node >= 0);
         const int value = -(node + 1);
-        if (value == endMark) return;
-        unpacked.write(static_cast<char>(value));
+        if (value == endMark) return written;
+        out.write(static_cast<char>(value));
+        ++written;
     }
 }
 

@@ -148,26 +148,11 @@ std::string oldCrunch(const std::string& data, bool fast) {
     return bytes;
 }
 
-// ARC's run-length packing: "c 0x90 n" for runs, "0x90 0" for the marker.
+// ARC's packing at its plainest: the marker byte written as "0x90 0" and
+// every other byte as it is.
 std::string pack(const std::string& data) {
     std::string out;
-    for (size_t i = 0; i < data.size();) {
-        size_t n = 1;
-        while (i + n < data.size() && data[i + n] == data[i] && n < 255) ++n;
-        if (static_cast<unsigned char>(data[i]) == 0x90) {
-            out += std::string("\x90\x00", 2);
-            ++i;
-            continue;
-        }
-        out += data[i];
-        if (n >= 3) {
-            out += '\x90';
-            out += static_cast<char>(n);
-            i += n;
-        } else {
-            ++i;
-        }
-    }
+    for (char c : data) out += static_cast<unsigned char>(c) == 0x90 ? std::string("\x90\x00", 2) : std::string(1, c);
     return out;
 }
 

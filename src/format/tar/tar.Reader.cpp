@@ -85,21 +85,31 @@ const char* kindName(mode_t type) {
 // Windows converts through its own code pages and needs nothing here.
 class UTF8Locale {
 public:
-#ifndef _WIN32
-    UTF8Locale() : utf8_(newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t(0))) {
-        if (utf8_) before_ = uselocale(utf8_);
-    }
-    ~UTF8Locale() {
-        if (!utf8_) return;
-        uselocale(before_);
-        freelocale(utf8_);
-    }
+    UTF8Locale();
+    ~UTF8Locale();
+    UTF8Locale(const UTF8Locale&) = delete;
+    UTF8Locale& operator=(const UTF8Locale&) = delete;
 
+#ifndef _WIN32
 private:
     locale_t utf8_;
     locale_t before_ = locale_t(0);
 #endif
 };
+
+#ifdef _WIN32
+UTF8Locale::UTF8Locale() {}
+UTF8Locale::~UTF8Locale() {}
+#else
+UTF8Locale::UTF8Locale() : utf8_(newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t(0))) {
+    if (utf8_) before_ = uselocale(utf8_);
+}
+UTF8Locale::~UTF8Locale() {
+    if (!utf8_) return;
+    uselocale(before_);
+    freelocale(utf8_);
+}
+#endif
 
 void supportTar(struct archive* parser) {
     archive_read_support_format_tar(parser);

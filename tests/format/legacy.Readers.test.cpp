@@ -11,6 +11,7 @@
 #include <iterator>
 #include <map>
 #include <random>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -26,7 +27,7 @@ namespace {
 
 const std::string kData = std::string(CRATEWERK_TEST_DATA) + "/legacy/";
 
-std::string readFile(const std::string& path) {
+std::string readFile(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
@@ -91,7 +92,7 @@ std::map<std::string, std::string> tree(const fs::path& root) {
             items[name] = "-> " + fs::read_symlink(item.path()).string();
 #endif
         } else if (item.is_regular_file()) {
-            const std::string bytes = readFile(item.path().string());
+            const std::string bytes = readFile(item.path());
             char crc[16];
             std::snprintf(crc, sizeof crc, "%08x", crc32Of(bytes));
             items[name] = std::to_string(bytes.size()) + " " + crc;
@@ -109,17 +110,6 @@ std::map<std::string, std::map<std::string, std::string>> expectedTrees() {
     }
     return all;
 }
-
-#ifdef _WIN32
-// Without names, the files of a tree as a sorted list of their values.
-std::vector<std::string> values(const std::map<std::string, std::string>& items) {
-    std::vector<std::string> all;
-    for (const auto& [name, value] : items)
-        if (value.rfind("->", 0) != 0) all.push_back(value);
-    std::sort(all.begin(), all.end());
-    return all;
-}
-#endif
 
 // Every archive of the test data expands to what the reference extraction
 // gave, or refuses with the text users see. Items that fail leave nothing and
@@ -141,7 +131,18 @@ TEST(LegacyReaders, PeerArchivesExpandLikeTheReference) {
         const auto found = refused.find(archive);
         EXPECT_EQ(expand(kData + archive, out).message, found == refused.end() ? "" : found->second) << archive;
 #ifdef _WIN32
-        EXPECT_EQ(values(tree(out)), values(items)) << archive;
+        // Without names; links come out as files that hold their targets in
+        // the code page.
+        const auto got = tree(out);
+        EXPECT_EQ(got.size(), items.size()) << archive;
+        std::multiset<std::string> files;
+        for (const auto& [name, value] : got) files.insert(value);
+        for (const auto& [name, value] : items) {
+            if (value.rfind("-> ", 0) == 0) continue;
+            const auto at = files.find(value);
+            EXPECT_NE(at, files.end()) << archive << ": " << name;
+            if (at != files.end()) files.erase(at);
+        }
 #else
         EXPECT_EQ(tree(out), items) << archive;
 #endif

@@ -42,12 +42,41 @@ std::string trimmed(std::string name) {
     return name;
 }
 
+// Wide characters (UTF-16 on Windows, UTF-32 elsewhere) as UTF-8.
+std::string wideToUTF8(const wchar_t* wide) {
+    std::string out;
+    for (; *wide; ++wide) {
+        uint32_t c = static_cast<uint32_t>(*wide);
+        if (sizeof(wchar_t) == 2 && c >= 0xD800 && c < 0xDC00 && wide[1] >= 0xDC00 && wide[1] < 0xE000)
+            c = 0x10000 + ((c - 0xD800) << 10) + (static_cast<uint32_t>(*++wide) - 0xDC00);
+        if (c < 0x80) {
+            out += static_cast<char>(c);
+        } else if (c < 0x800) {
+            out += static_cast<char>(0xC0 | c >> 6);
+            out += static_cast<char>(0x80 | (c & 0x3F));
+        } else if (c < 0x10000) {
+            out += static_cast<char>(0xE0 | c >> 12);
+            out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
+            out += static_cast<char>(0x80 | (c & 0x3F));
+        } else {
+            out += static_cast<char>(0xF0 | c >> 18);
+            out += static_cast<char>(0x80 | (c >> 12 & 0x3F));
+            out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
+            out += static_cast<char>(0x80 | (c & 0x3F));
+        }
+    }
+    return out;
+}
+
 // The name, in the engine's 8-bit form and in UTF-16. pax keeps names in
 // UTF-8; older headers keep bytes that are taken as UTF-8 where they are.
+// A name stored in UTF-16 (RAR, LHA) that the code page cannot hold comes
+// through libarchive's wide form.
 void names(struct archive_entry* item, Entry& entry, bool folder) {
     const char* utf8 = archive_entry_pathname_utf8(item);
+    const wchar_t* wide = utf8 ? nullptr : archive_entry_pathname_w(item);
     const char* raw = archive_entry_pathname(item);
-    std::string name = utf8 ? utf8 : raw ? raw : "";
+    std::string name = utf8 ? utf8 : wide ? wideToUTF8(wide) : raw ? raw : "";
     if (folder) name = trimmed(name);
     entry.unicodeName = zip::decodeUTF8(name);
     entry.name = zip::localName(entry.unicodeName);

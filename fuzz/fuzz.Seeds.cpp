@@ -138,6 +138,32 @@ int main(int argc, char** argv) {
             }
         }
     }
+    // The RAR, LHA and ARC archives, and the data of each ARC entry behind
+    // the option byte that picks its method.
+    if (fs::is_directory(data / "legacy")) {
+        for (const auto& entry : fs::directory_iterator(data / "legacy")) {
+            const std::string bytes = slurp(entry.path());
+            const std::string suffix = entry.path().extension().string();
+            if (bytes.size() > 65536) continue;
+            if (suffix == ".rar") seed("rar", bytes);
+            if (suffix == ".lzh" || suffix == ".lha") seed("lha", bytes);
+            if (suffix != ".arc") continue;
+            seed("arc", bytes);
+            // Headers are 29 bytes, 25 for method 1, which has no expanded size.
+            for (size_t at = 0; at + 29 <= bytes.size() && bytes[at] == 0x1A && bytes[at + 1] > 1;) {
+                const int method = bytes[at + 1];
+                const uint32_t packed = le(bytes, at + 15, 4);
+                if (at + 29 + packed > bytes.size()) break;
+                const uint32_t expanded = le(bytes, at + 25, 4);
+                std::string counted(1, static_cast<char>((method - 3) << 1));
+                counted += static_cast<char>(expanded >> 16);
+                counted += static_cast<char>(expanded >> 8);
+                counted += static_cast<char>(expanded);
+                if (method >= 3 && method <= 9) seed("arcmethods", counted + bytes.substr(at + 29, packed));
+                at += 29 + packed;
+            }
+        }
+    }
     for (const auto& [target, count] : counts) std::printf("%s: %d seeds\n", target.c_str(), count);
     return 0;
 }

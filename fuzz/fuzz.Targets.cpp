@@ -7,6 +7,9 @@
 #include <memory>
 #include <random>
 
+#include "algorithm/arc/arc.Crunch567Decompressor.h"
+#include "algorithm/arc/arc.CrunchDecompressor.h"
+#include "algorithm/arc/arc.SqueezeDecompressor.h"
 #include "algorithm/arsenic/arsenic.Decompressor.h"
 #include "algorithm/deflate/deflate.Decompressor.h"
 #include "algorithm/isp/isp.Decompressor.h"
@@ -122,6 +125,42 @@ int implode(const uint8_t* data, size_t size) {
         data, size);
 }
 
+// ARC's methods: bits 1 to 3 of the first byte pick method 3 to 9 (the
+// values above 6 mean 9). All but squeezing are counted; squeezing is
+// followed by its unpacking, held to the count.
+int arcmethods(const uint8_t* data, size_t size) {
+    using namespace algorithm::arc;
+    if (size < 4) return 0;
+    const int pick = data[0] >> 1 & 7;
+    const int method = pick > 6 ? 9 : 3 + pick;
+    const uint64_t count = uint64_t(data[1]) << 16 | uint64_t(data[2]) << 8 | data[3];
+    stream::ArrayInput in(reinterpret_cast<const char*>(data + 4), uint32_t(size - 4));
+    CappedOutput out;
+    try {
+        uint64_t written = 0;
+        if (method == 4) {
+            BoundedOutput bounded(out, count);
+            RunLengthOutput unpacked(bounded);
+            try {
+                SqueezeDecompressor().process(in, unpacked);
+            } catch (const BoundedOutput::Full&) {
+            }
+            written = bounded.tell();
+        } else if (method == 3) {
+            written = RLEDecoder().process(in, out, count);
+        } else if (method <= 7) {
+            written = Crunch567Decompressor(method).process(in, out, count);
+        } else if (method == 8) {
+            written = CrunchDecompressor().process(in, out, count);
+        } else {
+            written = SquashDecompressor().process(in, out, count);
+        }
+        if (written > count || out.tell() > count) throw Finding("an ARC decoder wrote past its count");
+    } catch (const un::exception&) {
+    }
+    return 0;
+}
+
 // A folder of its own for each run of a reader target: the archive and the
 // output folder side by side, removed afterwards.
 class Scratch {
@@ -229,6 +268,9 @@ int expand(int format, const uint8_t* data, size_t size) {
 
 int tkt5(const uint8_t* data, size_t size) { return expand(format::number::tkt5, data, size); }
 int zip(const uint8_t* data, size_t size) { return expand(format::number::zip, data, size); }
+int arc(const uint8_t* data, size_t size) { return expand(format::number::arc, data, size); }
+int lha(const uint8_t* data, size_t size) { return expand(format::number::lha, data, size); }
+int rar(const uint8_t* data, size_t size) { return expand(format::number::rar, data, size); }
 
 // Reads one record from the bytes, and writes back what was read: the
 // written form must be as long as the record says it is.
@@ -382,6 +424,10 @@ const std::vector<Entry>& targets() {
         {"tkt5records", tkt5records},
         {"ziprecords", ziprecords},
         {"classify", classify},
+        {"arcmethods", arcmethods},
+        {"arc", arc},
+        {"lha", lha},
+        {"rar", rar},
     };
     return all;
 }

@@ -4,6 +4,7 @@
 
 #include "engine/engine5.FormatWriter.h"
 #include "format/arc/arc.Classifier.h"
+#include "format/arc/arc.Reader.h"
 #include "format/arj/arj.Classifier.h"
 #include "format/bin/bin.Classifier.h"
 #include "format/btoa/btoa.Classifier.h"
@@ -20,9 +21,11 @@
 #include "format/ha/ha.Classifier.h"
 #include "format/hqx/hqx.Classifier.h"
 #include "format/lha/lha.Classifier.h"
+#include "format/lha/lha.Reader.h"
 #include "format/mime/mime.Classifier.h"
 #include "format/pack/pack.Classifier.h"
 #include "format/rar/rar.Classifier.h"
+#include "format/rar/rar.Reader.h"
 #include "format/sco/sco.Classifier.h"
 #include "format/sv/sv.Classifier.h"
 #include "format/tar/tar.Classifier.h"
@@ -70,7 +73,7 @@ const std::vector<FormatDescriptor>& formats() {
     // In the order in which the classifiers are added; among classifiers of
     // equal priority it decides which is tried first.
     static const std::vector<FormatDescriptor> all = {
-        {n::arc, ".arc", container, classifier<format::arc::Classifier>, nullptr, nullptr},
+        {n::arc, ".arc", container, classifier<format::arc::Classifier>, reader<arc::Reader>, nullptr},
         {n::arj, ".arj", container, classifier<format::arj::Classifier>, nullptr, nullptr},
         {n::bin, ".bin", stream, classifier<format::bin::Classifier>, nullptr, nullptr},
         {n::btoa, ".btoa", stream, classifier<format::btoa::Classifier>, nullptr, nullptr},
@@ -83,11 +86,11 @@ const std::vector<FormatDescriptor>& formats() {
         {n::gz, ".gz", stream, classifier<format::gz::Classifier>, reader<gz::Reader>, nullptr},
         {n::ha, ".ha", container, classifier<format::ha::Classifier>, nullptr, nullptr},
         {n::hqx, ".hqx", stream, classifier<format::hqx::Classifier>, nullptr, nullptr},
-        {n::lha, ".lzh", container, classifier<format::lha::Classifier>, nullptr, nullptr},
+        {n::lha, ".lzh", container, classifier<format::lha::Classifier>, reader<lha::Reader>, nullptr},
         {n::mime, ".eml", container, classifier<format::mime::Classifier>, nullptr, nullptr},
         {n::pack, ".z", stream, classifier<format::pack::Classifier>, nullptr, nullptr},
         {n::sv, "", container, classifier<format::sv::Classifier>, nullptr, nullptr},
-        {n::rar, ".rar", container, classifier<format::rar::Classifier>, nullptr, nullptr},
+        {n::rar, ".rar", container, classifier<format::rar::Classifier>, reader<rar::Reader>, nullptr},
         {n::sco, ".Z", stream, classifier<format::sco::Classifier>, nullptr, nullptr},
         {n::tkt5, ".tkt", container, classifier<format::tkt5::Classifier>, reader<tkt5::Reader>, writer<tkt5::Writer>},
         {n::tkt, ".tkt", container, classifier<format::tkt::Classifier>, nullptr, nullptr},

@@ -65,11 +65,18 @@ private:
 
 }  // namespace
 
+Decompressor::Decompressor(int widest) : widest_(widest) {
+    if (widest < minBits || widest > maxBits) throw Exception("compress takes 9 to 16 bits");
+}
+
 uint64_t Decompressor::process(stream::Input& in, stream::Output& out) {
     CodeInput codes(in);
-    if (codes.next() != magic0 || codes.next() != magic1) throw Exception("not in compress format");
-    const int flags = codes.next();
-    if (flags < 0) throw Exception("compress file is truncated");
+    int flags = blockModeFlag | widest_;
+    if (widest_ == 0) {
+        if (codes.next() != magic0 || codes.next() != magic1) throw Exception("not in compress format");
+        flags = codes.next();
+        if (flags < 0) throw Exception("compress file is truncated");
+    }
     const int widest = flags & bitsMask;
     const bool blockMode = (flags & blockModeFlag) != 0;
     if (widest > maxBits)

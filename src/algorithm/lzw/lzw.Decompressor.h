@@ -22,8 +22,15 @@ constexpr int clearCode = 256;
 // a group left unfinished whenever the width grows or the table is cleared.
 class Decompressor : public stream::Transform {
 public:
+    Decompressor() = default;
+    // Codes alone, without the header: block mode, at most `widest` bits
+    // (ARC's crunched and squashed data use the same code stream).
+    explicit Decompressor(int widest);
     using stream::Transform::process;
     uint64_t process(stream::Input& in, stream::Output& out) override;
+
+private:
+    int widest_ = 0;
 };
 
 // Encodes as compress does, block mode always: the table is cleared when it

@@ -5,6 +5,10 @@
 
 #include <vector>
 
+#ifndef _WIN32
+#include <locale.h>
+#endif
+
 #include "engine/t5.Reader.h"
 #include "format/zip/zip.Name.h"
 #include "io/io.SafePath.h"
@@ -15,6 +19,7 @@ namespace engine5::tar {
 
 using tuckett5::exception::BadData;
 using tuckett5::exception::BadFormat;
+using tuckett5::exception::UnsupportedMethod;
 
 namespace {
 
@@ -37,12 +42,41 @@ std::string trimmed(std::string name) {
     return name;
 }
 
+// Wide characters (UTF-16 on Windows, UTF-32 elsewhere) as UTF-8.
+std::string wideToUTF8(const wchar_t* wide) {
+    std::string out;
+    for (; *wide; ++wide) {
+        uint32_t c = static_cast<uint32_t>(*wide);
+        if (sizeof(wchar_t) == 2 && c >= 0xD800 && c < 0xDC00 && wide[1] >= 0xDC00 && wide[1] < 0xE000)
+            c = 0x10000 + ((c - 0xD800) << 10) + (static_cast<uint32_t>(*++wide) - 0xDC00);
+        if (c < 0x80) {
+            out += static_cast<char>(c);
+        } else if (c < 0x800) {
+            out += static_cast<char>(0xC0 | c >> 6);
+            out += static_cast<char>(0x80 | (c & 0x3F));
+        } else if (c < 0x10000) {
+            out += static_cast<char>(0xE0 | c >> 12);
+            out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
+            out += static_cast<char>(0x80 | (c & 0x3F));
+        } else {
+            out += static_cast<char>(0xF0 | c >> 18);
+            out += static_cast<char>(0x80 | (c >> 12 & 0x3F));
+            out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
+            out += static_cast<char>(0x80 | (c & 0x3F));
+        }
+    }
+    return out;
+}
+
 // The name, in the engine's 8-bit form and in UTF-16. pax keeps names in
 // UTF-8; older headers keep bytes that are taken as UTF-8 where they are.
+// A name stored in UTF-16 (RAR, LHA) that the code page cannot hold comes
+// through libarchive's wide form.
 void names(struct archive_entry* item, Entry& entry, bool folder) {
     const char* utf8 = archive_entry_pathname_utf8(item);
+    const wchar_t* wide = utf8 ? nullptr : archive_entry_pathname_w(item);
     const char* raw = archive_entry_pathname(item);
-    std::string name = utf8 ? utf8 : raw ? raw : "";
+    std::string name = utf8 ? utf8 : wide ? wideToUTF8(wide) : raw ? raw : "";
     if (folder) name = trimmed(name);
     entry.unicodeName = zip::decodeUTF8(name);
     entry.name = zip::localName(entry.unicodeName);
@@ -74,9 +108,53 @@ const char* kindName(mode_t type) {
     }
 }
 
+// libarchive converts names through the C library's character set, which is
+// plain ASCII until a program sets its locale. The engine's 8-bit names are
+// UTF-8 on POSIX, so the parser runs in a UTF-8 locale on this thread alone.
+// Windows converts through its own code pages and needs nothing here.
+class UTF8Locale {
+public:
+    UTF8Locale();
+    ~UTF8Locale();
+    UTF8Locale(const UTF8Locale&) = delete;
+    UTF8Locale& operator=(const UTF8Locale&) = delete;
+
+#ifndef _WIN32
+private:
+    locale_t utf8_;
+    locale_t before_ = locale_t(0);
+#endif
+};
+
+#ifdef _WIN32
+UTF8Locale::UTF8Locale() {}
+UTF8Locale::~UTF8Locale() {}
+#else
+UTF8Locale::UTF8Locale() : utf8_(newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t(0))) {
+    if (utf8_) before_ = uselocale(utf8_);
+}
+UTF8Locale::~UTF8Locale() {
+    if (!utf8_) return;
+    uselocale(before_);
+    freelocale(utf8_);
+}
+#endif
+
+void supportTar(struct archive* parser) {
+    archive_read_support_format_tar(parser);
+    archive_read_support_format_gnutar(parser);
+}
+
+const Reader::Dialect tarDialect{"tar", supportTar, ""};
+
 }  // namespace
 
-Reader::Reader(uint32_t position, tuckett5::Reader& reader) : FormatReader(position, reader) { foldersAreItems = true; }
+Reader::Reader(uint32_t position, tuckett5::Reader& reader) : Reader(position, reader, tarDialect) {}
+
+Reader::Reader(uint32_t position, tuckett5::Reader& reader, const Dialect& dialect)
+    : FormatReader(position, reader), dialect_(dialect) {
+    foldersAreItems = true;
+}
 
 Reader::~Reader() { close(); }
 
@@ -86,11 +164,11 @@ void Reader::open(stream::random::Input& archive) {
     source_.input = static_cast<stream::Input*>(&archive);
     source_.failure = nullptr;
     archive_ = archive_read_new();
-    if (!archive_) throw BadFormat("cannot start the tar parser");
+    if (!archive_) throw BadFormat(std::string("cannot start the ") + dialect_.name + " parser");
     archive_read_support_filter_none(archive_);
-    archive_read_support_format_tar(archive_);
-    archive_read_support_format_gnutar(archive_);
-    if (archive_read_open(archive_, &source_, nullptr, readBlock, nullptr) != ARCHIVE_OK) fail("not a tar archive");
+    dialect_.support(archive_);
+    if (archive_read_open(archive_, &source_, nullptr, readBlock, nullptr) != ARCHIVE_OK)
+        fail((std::string("not a ") + dialect_.name + " archive").c_str());
 }
 
 void Reader::close() {
@@ -101,7 +179,7 @@ void Reader::close() {
 void Reader::fail(const char* fallback) {
     if (source_.failure) std::rethrow_exception(source_.failure);
     const char* why = archive_ ? archive_error_string(archive_) : nullptr;
-    throw BadFormat(std::string("invalid tar archive: ") + (why ? why : fallback));
+    throw BadFormat(std::string("invalid ") + dialect_.name + " archive: " + (why ? why : fallback));
 }
 
 bool Reader::next(struct archive_entry*& item) {
@@ -112,6 +190,7 @@ bool Reader::next(struct archive_entry*& item) {
 }
 
 void Reader::scan(stream::random::Input& archive, io::random::File&) {
+    const UTF8Locale utf8;
     tuckett5::ArchiveInfo& info = reader.archiveInfo;
     info.reset();
     open(archive);
@@ -137,6 +216,7 @@ void Reader::scan(stream::random::Input& archive, io::random::File&) {
             entry.compressedSize(entry.dataSize());
             entry.modificationTime(archive_entry_mtime(item));
             entry.permissions(archive_entry_perm(item) & 0777);
+            entry.encrypted = archive_entry_is_data_encrypted(item) != 0;
             if (type == AE_IFLNK) {
                 entry.kind = Entry::Kind::link;
                 const char* target = archive_entry_symlink(item);
@@ -176,11 +256,12 @@ void Reader::writeData(uint64_t size) {
         if (result < ARCHIVE_WARN) {
             if (source_.failure) std::rethrow_exception(source_.failure);
             const char* why = archive_error_string(archive_);
-            throw BadData(std::string("tar item is damaged or truncated: ") + (why ? why : "data is invalid"));
+            throw BadData(std::string(dialect_.name) +
+                          " item is damaged or truncated: " + (why ? why : "data is invalid"));
         }
         // A sparse file's holes come as gaps between the blocks.
         if (offset < 0 || uint64_t(offset) < at || uint64_t(offset) > size || length > size - uint64_t(offset))
-            throw BadData("tar item is damaged: data is invalid");
+            throw BadData(std::string(dialect_.name) + " item is damaged: data is invalid");
         if (uint64_t(offset) > at) out.fill(uint64_t(offset) - at, 0);
         out.write(static_cast<const char*>(block), static_cast<uint32_t>(length));
         at = uint64_t(offset) + length;
@@ -190,6 +271,7 @@ void Reader::writeData(uint64_t size) {
 }
 
 void Reader::decode(stream::random::Input& archive, io::random::File&) {
+    const UTF8Locale utf8;
     reader.fireArchiveDecodeBegin();
     reader.fireProgressSizeBegin(reader.archiveInfo.expandedSize());
     reader.fireProgressFilesBegin(reader.archiveInfo.fileCount);
@@ -239,7 +321,15 @@ void Reader::decode(stream::random::Input& archive, io::random::File&) {
         entry.dataSize(size);
         entry.resourceSize(0);
         entry.compressedSize(size);
-        expandFile(entry, [&] { writeData(size); });
+        entry.encrypted = archive_entry_is_data_encrypted(item) != 0;
+        expandFile(entry, [&] {
+            // libarchive cannot decipher these formats' encryption.
+            if (entry.encrypted) {
+                explain("the item is encrypted");
+                throw UnsupportedMethod(dialect_.encrypted);
+            }
+            writeData(size);
+        });
     }
     for (auto it = folders.rbegin(); it != folders.rend(); ++it) finishFolder(it->first, it->second);
     close();

@@ -16,9 +16,20 @@ namespace engine5::tar {
 // output folder. Device nodes, pipes and sockets are passed over with a
 // warning; setuid, setgid and sticky bits are dropped. A hard link becomes a
 // symbolic link to the item it names.
+//
+// The RAR and LHA readers are the same reader over other libarchive parsers:
+// a Dialect names the format in messages and turns its parsers on.
 class Reader : public FormatReader {
 public:
+    struct Dialect {
+        const char* name;
+        void (*support)(struct archive*);
+        // The text that refuses an item whose data is encrypted.
+        const char* encrypted;
+    };
+
     Reader(uint32_t position, tuckett5::Reader& reader);
+    Reader(uint32_t position, tuckett5::Reader& reader, const Dialect& dialect);
     ~Reader() override;
 
     using FormatReader::decode;
@@ -42,6 +53,7 @@ private:
     void fail(const char* fallback);
     void writeData(uint64_t size);
 
+    const Dialect& dialect_;
     struct archive* archive_ = nullptr;
     Source source_;
 };

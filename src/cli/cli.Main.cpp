@@ -7,6 +7,10 @@
 #include <stdexcept>
 #include <string>
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 #include "cli/cli.Commands.h"
 #include "cli/cli.Console.h"
 #include "cli/cli.TerminalUI.h"
@@ -211,6 +215,12 @@ void complain(const std::string& message) {
 } // namespace cli
 
 int main(int argc, char** argv) {
+#ifdef __GLIBC__
+    // Every item of an archive takes and gives back buffers of 64 KB; without
+    // this glibc hands the top of the heap back to the system after each item
+    // and faults it in again for the next.
+    mallopt(M_TRIM_THRESHOLD, 16 << 20);
+#endif
     if (argc < 2) {
         std::fputs(kMainHelp, stderr);
         return cli::kUsage;

@@ -440,7 +440,8 @@ std::string FormatReader::expandFolder(const Entry& entry) {
         // A folder that is there already was made by this run, for an earlier
         // entry of the same name or for a file inside it (a top folder that
         // was there before opens a fresh one): it is used as it is.
-        if (!io::Path::directory(path)) createOutputFolder(path, defaultTries);
+        if (knownFolders_.count(path) == 0 && !io::Path::directory(path)) createOutputFolder(path, defaultTries);
+        trustFolder(path);
         noteTop(path);
     }
     if (foldersAreItems) reader.fireProgressFilesMove(++itemsDone);
@@ -480,7 +481,9 @@ std::string FormatReader::preprocessName(const std::string& name, bool isFolder)
 
     // The safe path drops ".", "..", drive letters and leading separators, and
     // steps around links planted in the folder, so the result stays inside it.
-    std::string path = io::safePath(folder, name);
+    bool free = false;
+    std::string path = io::safePath(folder, name, knownFolders_, free);
+    freePath_.clear();
     std::string prefix = folder;
     if (prefix.back() != io::Path::separator) prefix += io::Path::separator;
     if (path.size() <= prefix.size() || path.compare(0, prefix.size(), prefix) != 0) return path;
@@ -492,11 +495,15 @@ std::string FormatReader::preprocessName(const std::string& name, bool isFolder)
     auto entry = topLevelNames.find(top);
     // A top-level name met before in this run goes where it went then; only
     // a new one is looked up on disk.
-    if (entry != topLevelNames.end() && io::Path::directory(entry->second)) return entry->second + rest;
+    if (entry != topLevelNames.end() &&
+        (knownFolders_.count(entry->second) != 0 || io::Path::directory(entry->second))) {
+        if (free && entry->second == top) freePath_ = path;
+        return entry->second + rest;
+    }
     // Something that was there before this run and is not a folder (the
     // archive itself, say) is never written into: items below it open a
     // fresh folder too.
-    const bool exists = io::Path::exists(top) || io::Path::link(top);
+    const bool exists = !(free && rest.empty()) && (io::Path::exists(top) || io::Path::link(top));
     if (exists && (io::Path::directory(top) || isFolder || !rest.empty() || entry != topLevelNames.end())) {
         if (entry == topLevelNames.end()) {
             // The first item that falls into a folder that was there before
@@ -510,6 +517,7 @@ std::string FormatReader::preprocessName(const std::string& name, bool isFolder)
     } else if (entry == topLevelNames.end()) {
         topLevelNames[top] = top;
     }
+    if (free && top + rest == path) freePath_ = path;
     return top + rest;
 }
 
@@ -526,7 +534,11 @@ void FormatReader::noteTop(const std::string& path) {
 void FormatReader::tellChangedName(const std::string& path) { reader.fireFileChangedName(path.c_str()); }
 
 void FormatReader::postprocessName(std::string& path) {
-    bool changed = io::Path::normalize(path) || io::Path::makeUnique(path, uniqueLimit) ||
+    // A path that the name's own look-up found free needs no second look;
+    // a later try (after a failed creation) looks again.
+    const bool free = !freePath_.empty() && path == freePath_;
+    freePath_.clear();
+    bool changed = io::Path::normalize(path) || (!free && io::Path::makeUnique(path, uniqueLimit)) ||
                    io::Path::truncate(path, io::Path::maxSize);
     if (changed) tellChangedName(path);
     // A folder that this run has made sure of once is there: it is not
@@ -534,7 +546,16 @@ void FormatReader::postprocessName(std::string& path) {
     const std::string folder = io::Path::getDirectoryFor(path);
     if (knownFolders_.count(folder) != 0) return;
     io::Path::createDirectoryFor(path);
-    knownFolders_.insert(folder);
+    trustFolder(folder);
+}
+
+void FormatReader::trustFolder(std::string folder) {
+    // Every folder above one that is made is there as well.
+    while (!folder.empty() && knownFolders_.insert(folder).second) {
+        const std::string::size_type cut = folder.rfind(io::Path::separator);
+        if (cut == std::string::npos || cut == 0) break;
+        folder.resize(cut);
+    }
 }
 
 void FormatReader::postprocessFolderName(std::string& path) {

@@ -170,10 +170,16 @@ private:
     void abandonFile();
     void expandLink(const Entry& entry, const std::string& planned, const std::function<void()>& write);
 
+    // Notes a folder that this run made or found as a real folder, and the
+    // folders above it: none of them is looked up again.
+    void trustFolder(std::string folder);
+
     std::unique_ptr<OpenFile> open_;
     std::string reason_;
-    // The folders that files of this run went into.
+    // The folders that this run made or found, and that files went into.
     std::set<std::string> knownFolders_;
+    // The path of the item in hand when its look-up found nothing there.
+    std::string freePath_;
 };
 
 }  // namespace engine5

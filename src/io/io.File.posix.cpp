@@ -16,6 +16,9 @@ int openFile(const std::string& path, int flags) {
     do fd = ::open(path.c_str(), flags | O_CLOEXEC, 0666);
     while (fd == -1 && errno == EINTR);
     if (fd == -1) return -1;
+    // A folder cannot be opened for writing at all; only a read-only open
+    // needs the look.
+    if ((flags & O_ACCMODE) != O_RDONLY) return fd;
     struct stat st;
     if (::fstat(fd, &st) != 0 || S_ISDIR(st.st_mode)) {
         ::close(fd);

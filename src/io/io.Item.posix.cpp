@@ -1,3 +1,4 @@
+#include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -48,14 +49,19 @@ uint64_t getTime(const std::string& path, Which which) {
 }
 
 void setTime(const std::string& path, Which which, uint64_t value) {
-    struct stat st;
-    if (::stat(path.c_str(), &st) != 0) throw Exception("cannot open " + path);
-    if (which == creation) return;  // POSIX can't set it
+    if (which == creation) {
+        // POSIX can't set it; only a missing item is a failure.
+        struct stat st;
+        if (::stat(path.c_str(), &st) != 0) throw Exception("cannot open " + path);
+        return;
+    }
     struct timespec times[2];
     times[0].tv_nsec = UTIME_OMIT;
     times[1].tv_nsec = UTIME_OMIT;
     times[which == access ? 0 : 1] = toTimespec(value);
-    if (::utimensat(AT_FDCWD, path.c_str(), times, 0) != 0) throw Exception(setTexts[which] + path);
+    if (::utimensat(AT_FDCWD, path.c_str(), times, 0) == 0) return;
+    if (errno == ENOENT || errno == ENOTDIR) throw Exception("cannot open " + path);
+    throw Exception(setTexts[which] + path);
 }
 
 } // namespace

@@ -29,6 +29,8 @@ public:
     static bool directory(const std::string& path);
     // Whether the path itself is a symbolic link (a reparse point on Windows).
     static bool link(const std::string& path);
+    // The same, with one look-up that also tells whether anything is there.
+    static bool link(const std::string& path, bool& exists);
     // Creates the folder and every missing folder above it; "" does nothing.
     static void createDirectory(const std::string& path);
     // Creates the folder that would hold `path`; "" does nothing.

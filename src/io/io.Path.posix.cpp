@@ -70,4 +70,10 @@ bool Path::link(const std::string& path) {
     return !path.empty() && ::lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode);
 }
 
+bool Path::link(const std::string& path, bool& exists) {
+    struct stat st;
+    exists = !path.empty() && ::lstat(path.c_str(), &st) == 0;
+    return exists && S_ISLNK(st.st_mode);
+}
+
 } // namespace io

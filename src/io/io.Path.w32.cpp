@@ -40,4 +40,10 @@ bool Path::link(const std::string& path) {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
+bool Path::link(const std::string& path, bool& exists) {
+    DWORD attributes = path.empty() ? INVALID_FILE_ATTRIBUTES : longpath::attributes(path);
+    exists = attributes != INVALID_FILE_ATTRIBUTES;
+    return exists && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
 } // namespace io

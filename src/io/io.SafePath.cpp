@@ -80,6 +80,13 @@ std::vector<std::string> safeComponents(const std::string& storedName) {
 }
 
 std::string safePath(const std::string& outputFolder, const std::string& storedName) {
+    bool free = false;
+    return safePath(outputFolder, storedName, {}, free);
+}
+
+std::string safePath(const std::string& outputFolder, const std::string& storedName,
+                     const std::set<std::string>& trusted, bool& free) {
+    free = false;
     std::vector<std::string> components = safeComponents(storedName);
     if (components.empty()) return outputFolder.empty() ? std::string(".") : outputFolder;
 
@@ -87,17 +94,22 @@ std::string safePath(const std::string& outputFolder, const std::string& storedN
     if (!path.empty() && path.back() != Path::separator && path.back() != '/') path += Path::separator;
     for (size_t i = 0; i < components.size(); ++i) {
         std::string candidate = path + components[i];
-        if (Path::link(candidate)) {
+        const bool last = i + 1 == components.size();
+        bool exists = true;
+        // A folder that the caller vouches for is not looked up again.
+        const bool vouched = !last && trusted.count(candidate) != 0;
+        if (!vouched && Path::link(candidate, exists)) {
             PathSplitter split(components[i]);
             bool found = false;
             for (uint32_t n = 1; n <= 999 && !found; ++n) {
                 candidate = path + split.name() + "_" + std::to_string(n) + split.extension();
-                found = !Path::link(candidate);
+                found = !Path::link(candidate, exists);
             }
             if (!found) throw Exception("io::safePath() cannot avoid the symbolic link " + path + components[i]);
         }
+        if (last) free = !exists;
         path = candidate;
-        if (i + 1 < components.size()) path += Path::separator;
+        if (!last) path += Path::separator;
     }
     return path;
 }

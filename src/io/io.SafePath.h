@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -22,5 +23,10 @@ std::vector<std::string> safeComponents(const std::string& storedName);
 // no usable component answers the folder itself ("." for an empty folder).
 // Throws io::Exception when no free name is left beside a link.
 std::string safePath(const std::string& outputFolder, const std::string& storedName);
+// The same for a caller that expands many items: the folders in `trusted`
+// are real folders that it made or looked up itself, so they are not looked
+// up again, and `free` tells whether nothing at all was at the path.
+std::string safePath(const std::string& outputFolder, const std::string& storedName,
+                     const std::set<std::string>& trusted, bool& free);
 
 } // namespace io

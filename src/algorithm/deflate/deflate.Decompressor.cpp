@@ -37,14 +37,7 @@ struct Tables {
 
 Decompressor::Decompressor() { std::memset(window_, 0, sizeof window_); }
 
-Decompressor::~Decompressor() { inflate_free(); }
-
-void Decompressor::inflate_free() {
-    zip::huft_free(fixedLiterals_);
-    zip::huft_free(fixedDistances_);
-    fixedLiterals_ = nullptr;
-    fixedDistances_ = nullptr;
-}
+Decompressor::~Decompressor() = default;
 
 // The bit input supplies zero bits forever once the data ends. Such bits can
 // decode as literals under some tables, so a stream that has used more bits
@@ -66,16 +59,10 @@ uint64_t Decompressor::process(stream::Input& in, stream::Output& out) {
     position_ = 0;
     consumed_ = 0;
     Bits bits(in, readAhead_, sizeof readAhead_);
-    try {
-        while (inflateBlock(bits, out)) {
-        }
-        if (position_ != 0) out.write(reinterpret_cast<const char*>(window_), position_);
-        out.flush();
-    } catch (...) {
-        inflate_free();
-        throw;
+    while (inflateBlock(bits, out)) {
     }
-    inflate_free();
+    if (position_ != 0) out.write(reinterpret_cast<const char*>(window_), position_);
+    out.flush();
     return out.tell() - start;
 }
 
@@ -130,26 +117,30 @@ void Decompressor::inflateStored(Bits& bits, stream::Output& out) {
     position_ = static_cast<uint16_t>(pos);
 }
 
-void Decompressor::inflateFixed(Bits& bits, stream::Output& out) {
-    if (fixedLiterals_ == nullptr) {
+// The tables of the fixed codes never change: they are built once, on first
+// use, and shared by every decompressor, so that the many small streams of an
+// archive do not each build them again.
+struct Decompressor::FixedTables {
+    FixedTables() {
         int lengths[288];
         int i = 0;
         for (; i < 144; ++i) lengths[i] = 8;
         for (; i < 256; ++i) lengths[i] = 9;
         for (; i < 280; ++i) lengths[i] = 7;
         for (; i < 288; ++i) lengths[i] = 8;
-        fixedLiteralBits_ = 7;
-        zip::huft_build(lengths, 288, 257, cplens, cplext, &fixedLiterals_, &fixedLiteralBits_);
+        literals.bits = 7;
+        zip::huft_build(lengths, 288, 257, cplens, cplext, &literals.table, &literals.bits);
         for (i = 0; i < 30; ++i) lengths[i] = 5;
-        fixedDistanceBits_ = 5;
-        try {
-            zip::huft_build(lengths, 30, 0, cpdist, cpdext, &fixedDistances_, &fixedDistanceBits_);
-        } catch (...) {
-            inflate_free();
-            throw;
-        }
+        distances.bits = 5;
+        zip::huft_build(lengths, 30, 0, cpdist, cpdext, &distances.table, &distances.bits);
     }
-    inflateCodes(bits, out, fixedLiterals_, fixedDistances_, fixedLiteralBits_, fixedDistanceBits_);
+    zip::HuftHolder literals;
+    zip::HuftHolder distances;
+};
+
+void Decompressor::inflateFixed(Bits& bits, stream::Output& out) {
+    static const FixedTables fixed;
+    inflateCodes(bits, out, fixed.literals.table, fixed.distances.table, fixed.literals.bits, fixed.distances.bits);
 }
 
 void Decompressor::inflateDynamic(Bits& bits, stream::Output& out) {

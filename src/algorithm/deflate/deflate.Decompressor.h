@@ -51,9 +51,10 @@ protected:
     void inflateDynamic(Bits& bits, stream::Output& out);
     void inflateCodes(Bits& bits, stream::Output& out, const zip::huft* literalTable, const zip::huft* distanceTable,
                       int literalBits, int distanceBits);
-    void inflate_free();
 
 private:
+    struct FixedTables;
+
     // The fast loop runs while the read-ahead holds at least fastInput bytes
     // and the window has fastRoom bytes left: two literals, a longest match,
     // and the 8 bytes that a word copy may write past its end.
@@ -67,10 +68,6 @@ private:
 
     unsigned char window_[windowSize];
     uint16_t position_ = 0;
-    zip::huft* fixedLiterals_ = nullptr;
-    zip::huft* fixedDistances_ = nullptr;
-    int fixedLiteralBits_ = 7;
-    int fixedDistanceBits_ = 5;
     uint64_t consumed_ = 0; // bits taken from the bit input in this stream
     // The bit input reads the compressed data a block at a time, so it may
     // take bytes past the end of the stream: the caller limits the input to

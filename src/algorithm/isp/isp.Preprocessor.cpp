@@ -157,20 +157,26 @@ void Preprocessor::compressBuffer() {
                     shorter = best;
                     continue;
                 }
-                // Look for an older occurrence that goes on with c.
-                while (steps > 0) {
-                    --steps;
-                    candidate -= lnk[candidate];
-                    if (candidate < windowStart) break;
-                    if (buf[candidate + length] == c &&
-                        std::memcmp(buf + candidate + 3, buf + tail, length - 3) == 0) {
+                // Look for an older occurrence that goes on with c. The walk
+                // runs in locals: kept in the object, the compiler stores
+                // both back at every step.
+                uint32_t older = candidate;
+                int left = steps;
+                const uint32_t start = windowStart, matched = length;
+                while (left > 0) {
+                    --left;
+                    older -= lnk[older];
+                    if (older < start) break;
+                    if (buf[older + matched] == c && std::memcmp(buf + older + 3, buf + tail, matched - 3) == 0) {
                         shorter = best;
-                        best = candidate;
+                        best = older;
                         ++length;
                         extended = true;
                         break;
                     }
                 }
+                candidate = older;
+                steps = left;
             }
             if (extended) continue;
 

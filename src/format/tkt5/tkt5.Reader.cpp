@@ -8,6 +8,7 @@
 #include "engine/t5.Reader.h"
 #include "stream/check/md5.Digest.h"
 #include "stream/stream.LimitedInput.h"
+#include "stream/stream.WindowedInput.h"
 #include "un/un.exception.h"
 
 namespace engine5::tkt5 {
@@ -290,8 +291,9 @@ void Reader::scan(stream::random::Input& in, io::random::File&) {
         uint32_t compressed = 0, expanded = 0;
         reader.fireProgressScanBegin();
 
+        stream::random::WindowedInput windows(in);
         walk(
-            in, item, true,
+            windows, item, true,
             [&] {
                 reader.fireProgressScanStep();
                 if (reader.archiveInfo.rootName.empty()) reader.archiveInfo.rootName = pathNames.str();
@@ -327,7 +329,10 @@ void Reader::decode(stream::random::Input& in, io::random::File&) {
         reader.fireArchiveDecodeBegin();
         reader.fireProgressSizeBegin(reader.archiveInfo.expandedSize());
         reader.fireProgressFilesBegin(fileCount);
-        decodeAll(in);
+        // Each item's header and forks are read through two windows, so that
+        // small items cost no read of their own.
+        stream::random::WindowedInput windows(in);
+        decodeAll(windows);
         reader.fireProgressFilesEnd();
         reader.fireProgressSizeEnd();
         reader.fireArchiveDecodeEnd();

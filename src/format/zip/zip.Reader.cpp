@@ -13,6 +13,7 @@
 #include "io/io.Path.h"
 #include "io/io.SafePath.h"
 #include "io/io.random.FileStreams.h"
+#include "stream/stream.WindowedInput.h"
 
 namespace engine5::zip {
 
@@ -437,7 +438,10 @@ void Reader::decode(stream::random::Input& input, io::random::File&) {
     itemsDone = 0;
     reader.fireProgressFilesMove(0);
 
-    decodeAll(input);
+    // Each entry's central header, local header and data are read through
+    // two windows, so that small entries cost no read of their own.
+    stream::random::WindowedInput windows(input);
+    decodeAll(windows);
 
     reader.fireProgressSizeEnd();
     reader.fireProgressFilesEnd();

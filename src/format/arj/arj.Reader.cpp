@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "algorithm/algorithm.Exception.h"
 #include "algorithm/arj/arj.FastDecompressor.h"
 #include "algorithm/arj/arj.GoodDecompressor.h"
 #include "algorithm/unicode.CP437.h"
@@ -191,6 +192,8 @@ Entry Reader::describeItem(const FileHeader& header) const {
     entry.text = header.fileType == FileHeader::textType;
     entry.method = methodName(header.method);
     entry.crc(header.fileCRC);
+    // Listed as encrypted; the archive is not marked so, as no password
+    // would open a garbled item here.
     entry.encrypted = (header.flags & FileHeader::garbled) != 0;
     entry.invalidData = invalidData;
     return entry;
@@ -218,7 +221,6 @@ void Reader::scan(stream::random::Input& archive, io::random::File&) {
             reader.fireFileInfo();
             expanded += header.originalSize;
             compressed += header.compressedSize;
-            if (entry.encrypted) info.encrypted = true;
         }
         std::string name = entry.name;
         if (entry.backslashSeparates)
@@ -257,7 +259,12 @@ void Reader::expandData(stream::random::Input& archive, const FileHeader& header
     method->compressedLimit(header.compressedSize);
     method->uncompressedLimit(header.originalSize);
     archive.seek(offset);
-    method->decode(archive, dataFork());
+    try {
+        method->decode(archive, dataFork());
+    } catch (const algorithm::Exception&) {
+        // Codes that make no sense damage this item alone.
+        throw BadData("invalid compressed data in arj reader");
+    }
     bytesDone = method->count;
     // Output beyond the declared size is stopped as it is written; output
     // that falls short of it is as wrong.

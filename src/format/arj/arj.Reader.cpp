@@ -179,8 +179,9 @@ Entry Reader::describeItem(const FileHeader& header) const {
     entry.unicodeName = decodeName(stored, host);
     entry.name = zip::localName(entry.unicodeName);
     entry.backslashSeparates = backslashHost(host);
-    if (header.modified != 0) entry.modificationTime(seconds(host, header.modified));
-    if (header.created != 0) entry.creationTime(seconds(host, header.created));
+    // A time of 0, or fields that make no date, leave the time unset.
+    if (const int64_t modified = seconds(host, header.modified); modified > 0) entry.modificationTime(modified);
+    if (const int64_t created = seconds(host, header.created); created > 0) entry.creationTime(created);
     if (unixHost(host))
         entry.permissions(header.accessMode & 0777);
     else

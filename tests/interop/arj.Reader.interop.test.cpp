@@ -114,6 +114,11 @@ TEST(ArjPeers, ExpandThroughTheToolAndThePlugIn) {
             EXPECT_EQ(files, expected) << out;
         }
     }
+    // A Unix build keeps Unix time and the mode bits.
+    struct stat info {};
+    ASSERT_EQ(stat((at / "bla.unix.arj/tool/test1.xml").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mtime, 1223329852);
+    EXPECT_EQ(info.st_mode & 0777, 0664u);
 }
 
 }  // namespace

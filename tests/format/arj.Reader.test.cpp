@@ -141,15 +141,23 @@ TEST(ArjReader, ExpandsEachMethodAndRefusesAGarbledItemAlone) {
 
 TEST(ArjReader, NamesStayInsideTheOutputFolder) {
     Scratch scratch;
-    const Outcome unix = expand(
-        scratch.archive(build({{"../up.txt", "1"}, {"/abs.txt", "2"}, {"a/../../up2.txt", "3"}, {"b\\c.txt", "4"}})),
-        scratch.out());
+    const Outcome unix = expand(scratch.archive(build({{"../up.txt", "1"},
+                                                       {"/abs.txt", "2"},
+                                                       {"a/../../up2.txt", "3"},
+                                                       {"b\\c.txt", "4"},
+                                                       {"out", "",
+                                                        [](auto& h) {
+                                                            h.fileType = format::arj::FileHeader::specialType;
+                                                            h.extended = {{'U', 0, 0x40 | 5, '.', '.', '/', '.', '.'}};
+                                                        }}})),
+                                scratch.out());
     EXPECT_EQ(unix.message, "");
     const Outcome dos =
         expand(scratch.archive(build({{"..\\..\\dos.txt", "5"}, {"C:\\drive.txt", "6"}, {"dir\\x.txt", "7"}}, 0)),
                scratch.out());
     EXPECT_EQ(dos.message, "");
-    // A DOS name's backslash separates, a Unix name's does not.
+    // A DOS name's backslash separates, a Unix name's does not; a link out
+    // of the folder is kept as a file of its target.
     EXPECT_EQ(tree(scratch.out()), (std::map<std::string, std::string>{{"a/", ""},
                                                                        {"a/up2.txt", "3"},
                                                                        {"abs.txt", "2"},
@@ -158,6 +166,7 @@ TEST(ArjReader, NamesStayInsideTheOutputFolder) {
                                                                        {"dir/x.txt", "7"},
                                                                        {"dos.txt", "5"},
                                                                        {"drive.txt", "6"},
+                                                                       {"out", "../.."},
                                                                        {"up.txt", "1"}}));
     // Nothing but the archive and the output folder beside each other.
     EXPECT_EQ(std::distance(fs::directory_iterator(scratch.path() / "box"), fs::directory_iterator()), 2);

@@ -187,6 +187,17 @@ Entry Reader::describeItem(const FileHeader& header) const {
     else
         entry.attributes(header.accessMode & 0x27);
     if (folder) return entry;
+    if (header.fileType == FileHeader::specialType) {
+        const Special found = special(header);
+        if (found.kind == Special::symbolicLink || found.kind == Special::hardLink) {
+            entry.kind = Entry::Kind::link;
+            // A link kept as a file where its target leaves the folder is
+            // no program: the link's own mode bits are not applied.
+            entry.permissions.reset();
+            entry.linkTarget = zip::localName(decodeName(found.data, host));
+            if (found.kind == Special::hardLink) entry.linkTarget = relativeTarget(entry.name, entry.linkTarget);
+        }
+    }
     entry.dataSize(header.originalSize);
     entry.resourceSize(0);
     entry.compressedSize(header.compressedSize);
@@ -273,20 +284,13 @@ void Reader::expandData(stream::random::Input& archive, const FileHeader& header
 }
 
 void Reader::expandSpecial(Entry& entry, const FileHeader& header) {
-    const Special found = special(header);
-    if (found.kind != Special::symbolicLink && found.kind != Special::hardLink) {
-        const char* what =
-            found.kind == Special::pipe ? "a named pipe is not expanded" : "an item of unknown type is not expanded";
-        reader.itemWarnings.push_back({entry.name, "", "", what});
+    if (entry.kind == Entry::Kind::link) {
+        expandFile(entry, [] {});
         return;
     }
-    entry.kind = Entry::Kind::link;
-    entry.dataSize(0);
-    entry.compressedSize(0);
-    std::string target = zip::localName(decodeName(found.data, header.hostOS));
-    if (found.kind == Special::hardLink) target = relativeTarget(entry.name, target);
-    entry.linkTarget = target;
-    expandFile(entry, [] {});
+    const char* what = special(header).kind == Special::pipe ? "a named pipe is not expanded"
+                                                             : "an item of unknown type is not expanded";
+    reader.itemWarnings.push_back({entry.name, "", "", what});
 }
 
 void Reader::decode(stream::random::Input& archive, io::random::File&) {

@@ -30,8 +30,8 @@ private:
     uint64_t walk(stream::random::Input& archive,
                   const std::function<void(const format::arj::FileHeader&, uint64_t)>& visit);
     Entry describeItem(const format::arj::FileHeader& header) const;
-    // A link that a Unix build stored; other special files are passed over
-    // with a warning.
+    // A link that a Unix build stored, which describeItem made; other special
+    // files are passed over with a warning.
     void expandSpecial(Entry& entry, const format::arj::FileHeader& header);
     void expandData(stream::random::Input& archive, const format::arj::FileHeader& header, uint64_t offset);
 

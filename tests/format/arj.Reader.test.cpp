@@ -1,10 +1,10 @@
 // The ARJ reader through the engine's archive reader: an archive that arj
-// made (methods 1 and 4, a garbled item), archives built here from the ARJ records (names that try to
-// leave the output folder, sizes and flags that lie), and damaged input.
+// made (methods 1 and 4, a garbled item), archives built here from the ARJ
+// records (names that try to leave the output folder, sizes and flags that
+// lie), and damaged input.
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <iterator>
 #include <map>
@@ -25,15 +25,12 @@ namespace {
 
 const std::string kData = std::string(CRATEWERK_TEST_DATA);
 
-std::string readFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+std::string readFile(const fs::path& path) { return test::Scratch::read(path.string()); }
 
 std::map<std::string, std::string> tree(const fs::path& root) {
     std::map<std::string, std::string> files;
     for (const auto& item : fs::recursive_directory_iterator(root)) {
-        const std::string relative = fs::relative(item.path(), root).generic_string();
+        const std::string relative = item.path().lexically_relative(root).generic_string();
         files[relative + (item.is_directory() ? "/" : "")] = item.is_directory() ? "" : readFile(item.path());
     }
     return files;

@@ -1,7 +1,8 @@
 // Writes the seed corpora of the fuzz targets: tkt5 archives made by the
 // tests' builder, ISP and Arsenic streams made by our compressors, the Zip
 // archives of the test data, and the raw streams of their members for the
-// Inflate and legacy Zip targets.
+// Inflate and legacy Zip targets; the ARJ archives of the test data and the
+// streams of their members for the ARJ method target.
 //
 //   cratewerk_fuzz_seeds OUTPUT-FOLDER TEST-DATA-FOLDER
 
@@ -38,6 +39,33 @@ uint32_t le(const std::string& s, size_t at, int n) {
     uint32_t v = 0;
     for (int i = n - 1; i >= 0; --i) v = v << 8 | uint8_t(s[at + i]);
     return v;
+}
+
+// The streams of an ARJ archive's members, each behind the option bytes of
+// the ARJ method target (method 4 or another, the count).
+void arjMembers(const std::string& arj) {
+    size_t at = 0;
+    for (bool main = true; at + 4 <= arj.size(); main = false) {
+        const size_t basic = le(arj, at + 2, 2);
+        if (basic == 0 || at + 4 + basic + 6 > arj.size()) return;
+        const size_t head = at + 4;
+        size_t next = head + basic + 4;
+        for (size_t length; next + 2 <= arj.size() && (length = le(arj, next, 2)) != 0;) next += 2 + length + 4;
+        next += 2;
+        if (main) {
+            at = next;
+            continue;
+        }
+        const uint32_t flags = uint8_t(arj[head + 4]), method = uint8_t(arj[head + 5]);
+        const uint32_t packed = le(arj, head + 12, 4), expanded = le(arj, head + 16, 4);
+        if (next + packed > arj.size()) return;
+        if (method >= 1 && method <= 4 && !(flags & 1)) {
+            std::string options(1, char(method == 4 ? 1 : 0));
+            for (int shift = 16; shift >= 0; shift -= 8) options += char(expanded >> shift & 0xFF);
+            seed("arjmethods", options + arj.substr(next, packed));
+        }
+        at = next + packed;
+    }
 }
 
 std::string text() {
@@ -162,6 +190,15 @@ int main(int argc, char** argv) {
                 if (method >= 3 && method <= 9) seed("arcmethods", counted + bytes.substr(at + 29, packed));
                 at += 29 + packed;
             }
+        }
+    }
+    for (const char* folder : {"arj", "classify"}) {
+        if (!fs::is_directory(data / folder)) continue;
+        for (const auto& entry : fs::directory_iterator(data / folder)) {
+            const std::string bytes = slurp(entry.path());
+            if (bytes.size() < 4 || bytes.compare(0, 2, "\x60\xEA") != 0) continue;
+            seed("arj", bytes + '\0');
+            arjMembers(bytes);
         }
     }
     for (const auto& [target, count] : counts) std::printf("%s: %d seeds\n", target.c_str(), count);

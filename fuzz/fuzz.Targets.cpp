@@ -10,6 +10,8 @@
 #include "algorithm/arc/arc.Crunch567Decompressor.h"
 #include "algorithm/arc/arc.CrunchDecompressor.h"
 #include "algorithm/arc/arc.SqueezeDecompressor.h"
+#include "algorithm/arj/arj.FastDecompressor.h"
+#include "algorithm/arj/arj.GoodDecompressor.h"
 #include "algorithm/arsenic/arsenic.Decompressor.h"
 #include "algorithm/deflate/deflate.Decompressor.h"
 #include "algorithm/isp/isp.Decompressor.h"
@@ -161,6 +163,26 @@ int arcmethods(const uint8_t* data, size_t size) {
     return 0;
 }
 
+// The ARJ methods have no end mark and only the counted form. The first
+// byte picks method 4 (bit 0) or methods 1 to 3, the next three the count;
+// the rest is the stream.
+int arjmethods(const uint8_t* data, size_t size) {
+    if (size < 4) return 0;
+    const uint64_t count = uint64_t(data[1]) << 16 | uint64_t(data[2]) << 8 | data[3];
+    std::unique_ptr<stream::Transform> transform;
+    if (data[0] & 1)
+        transform = std::make_unique<algorithm::arj::FastDecompressor>();
+    else
+        transform = std::make_unique<algorithm::arj::GoodDecompressor>();
+    stream::ArrayInput in(reinterpret_cast<const char*>(data + 4), uint32_t(size - 4));
+    CappedOutput out;
+    try {
+        if (transform->process(in, out, count) > count) throw Finding("the counted form wrote past its count");
+    } catch (const un::exception&) {
+    }
+    return 0;
+}
+
 // A folder of its own for each run of a reader target: the archive and the
 // output folder side by side, removed afterwards.
 class Scratch {
@@ -271,6 +293,7 @@ int zip(const uint8_t* data, size_t size) { return expand(format::number::zip, d
 int arc(const uint8_t* data, size_t size) { return expand(format::number::arc, data, size); }
 int lha(const uint8_t* data, size_t size) { return expand(format::number::lha, data, size); }
 int rar(const uint8_t* data, size_t size) { return expand(format::number::rar, data, size); }
+int arj(const uint8_t* data, size_t size) { return expand(format::number::arj, data, size); }
 
 // Reads one record from the bytes, and writes back what was read: the
 // written form must be as long as the record says it is.
@@ -428,6 +451,8 @@ const std::vector<Entry>& targets() {
         {"arc", arc},
         {"lha", lha},
         {"rar", rar},
+        {"arj", arj},
+        {"arjmethods", arjmethods},
     };
     return all;
 }

@@ -6,6 +6,7 @@
 #include "format/arc/arc.Classifier.h"
 #include "format/arc/arc.Reader.h"
 #include "format/arj/arj.Classifier.h"
+#include "format/arj/arj.Reader.h"
 #include "format/bin/bin.Classifier.h"
 #include "format/btoa/btoa.Classifier.h"
 #include "format/bz2/bz2.Classifier.h"
@@ -74,7 +75,7 @@ const std::vector<FormatDescriptor>& formats() {
     // equal priority it decides which is tried first.
     static const std::vector<FormatDescriptor> all = {
         {n::arc, ".arc", container, classifier<format::arc::Classifier>, reader<arc::Reader>, nullptr},
-        {n::arj, ".arj", container, classifier<format::arj::Classifier>, nullptr, nullptr},
+        {n::arj, ".arj", container, classifier<format::arj::Classifier>, reader<arj::Reader>, nullptr},
         {n::bin, ".bin", stream, classifier<format::bin::Classifier>, nullptr, nullptr},
         {n::btoa, ".btoa", stream, classifier<format::btoa::Classifier>, nullptr, nullptr},
         {n::bz2, ".bz2", stream, classifier<format::bz2::Classifier>, reader<bz2::Reader>, nullptr},

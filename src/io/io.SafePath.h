@@ -11,8 +11,10 @@ namespace io {
 // dots are dropped; each is cut to Path::maxComponent bytes. On Windows a
 // colon becomes "_", trailing dots and blanks go, and device names (CON,
 // NUL, COM1, ...) get a leading "_". What remains can only name something
-// below the folder it is joined to.
-std::vector<std::string> safeComponents(const std::string& storedName);
+// below the folder it is joined to. Without `backslashSeparates` only "/"
+// splits, and a "\" is a character of the name; on Windows, which cannot hold
+// one in a name, it becomes "_".
+std::vector<std::string> safeComponents(const std::string& storedName, bool backslashSeparates = true);
 
 // The path at which the item stored as `storedName` goes inside
 // `outputFolder`: the folder, a separator, and the safe components joined by
@@ -21,6 +23,6 @@ std::vector<std::string> safeComponents(const std::string& storedName);
 // "name_n.ext", so a planted link can't lead out of the folder. A name with
 // no usable component answers the folder itself ("." for an empty folder).
 // Throws io::Exception when no free name is left beside a link.
-std::string safePath(const std::string& outputFolder, const std::string& storedName);
+std::string safePath(const std::string& outputFolder, const std::string& storedName, bool backslashSeparates = true);
 
 } // namespace io

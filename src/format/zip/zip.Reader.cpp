@@ -640,8 +640,10 @@ void Reader::unzipAll(stream::random::Input& input) {
         if (info.folder) {
             unzipFolder(info);
         } else {
-            MacMetadata::Partner* mac =
-                mac_.empty() ? nullptr : mac_.partnerOf(MacMetadata::key(info.local, info.separates));
+            // A link has no fork to take.
+            MacMetadata::Partner* mac = mac_.empty() || info.link
+                                            ? nullptr
+                                            : mac_.partnerOf(MacMetadata::key(info.local, info.separates));
             unzipFile(input, info, mac);
         }
     }

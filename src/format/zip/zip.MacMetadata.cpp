@@ -46,6 +46,14 @@ void MacMetadata::addAppleDouble(const std::string& owner, uint64_t index, uint6
 }
 
 void MacMetadata::addItem(const std::string& key, bool folder) {
+    // The folders above an item are in the archive too, with or without
+    // entries of their own.
+    for (std::string::size_type slash = key.find('/'); slash != std::string::npos; slash = key.find('/', slash + 1))
+        addOwner(key.substr(0, slash), true);
+    addOwner(key, folder);
+}
+
+void MacMetadata::addOwner(const std::string& key, bool folder) {
     const auto found = partners_.find(key);
     if (found == partners_.end() || found->second.owner) return;
     found->second.owner = true;

@@ -58,6 +58,7 @@ public:
     std::vector<Partner*> filePartners();
 
 private:
+    void addOwner(const std::string& key, bool folder);
     std::unordered_map<std::string, Partner> partners_;
 };
 

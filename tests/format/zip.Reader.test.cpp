@@ -489,8 +489,9 @@ INSTANTIATE_TEST_SUITE_P(
         BadCase{"declaresMoreThanItHolds", [] { return patched([](Built& b) { declare(b, 9); }); }, "Bad data",
                 "CRC mismatch in zip reader; data is invalid"},
         // The local header must say what the directory says, as 7-Zip holds it.
-        BadCase{"localSizeDisagrees", [] { return patched([](Built& b) { put32(b.bytes, b.localOffsets[1] + 22, 9); }); },
-                "Bad data", kLocalMismatch},
+        BadCase{"localSizeDisagrees",
+                [] { return patched([](Built& b) { put32(b.bytes, b.localOffsets[1] + 22, 9); }); }, "Bad data",
+                kLocalMismatch},
         BadCase{"localCrcDisagrees", [] { return patched([](Built& b) { b.bytes[b.localOffsets[0] + 14] ^= 1; }); },
                 "Bad data", kLocalMismatch},
         BadCase{"twoEntriesShareALocalEntry",
@@ -687,11 +688,11 @@ size_t itemsBeside(const Scratch& scratch) {
 TEST(ZipReader, BackslashesSeparateOnlyForDOSHosts) {
     Scratch scratch;
     const uint16_t unix = 3 << 8 | 20;
-    Outcome outcome = expand(scratch.archive(build({{"..\\..\\x", "1", "", false, 0, 10, unix},
-                                                    {"a\\b", "2", "", false, 0, 10, unix},
-                                                    {"c\\d", "3"}})
-                                                 .bytes),
-                             scratch.out());
+    Outcome outcome = expand(
+        scratch.archive(
+            build({{"..\\..\\x", "1", "", false, 0, 10, unix}, {"a\\b", "2", "", false, 0, 10, unix}, {"c\\d", "3"}})
+                .bytes),
+        scratch.out());
     EXPECT_EQ(outcome.message, "");
 #ifdef _WIN32
     const std::map<std::string, std::string> expected = {{".._.._x", "1"}, {"a_b", "2"}, {"c/", ""}, {"c/d", "3"}};
@@ -801,13 +802,13 @@ TEST(ZipReaderMac, OptionsPlaceTheForkOrKeepTheRawEntries) {
     EXPECT_EQ(raw.archiveInfo.fileCount, 6u);
     raw.decode();
     raw.close();
-    EXPECT_EQ(tree(scratch.path() / "raw"), (std::map<std::string, std::string>{
-                                                 {"proj/", ""},
-                                                 {"proj/doc.txt", "data fork\n"},
-                                                 {"__MACOSX/", ""},
-                                                 {"__MACOSX/proj/", ""},
-                                                 {"__MACOSX/proj/._doc.txt", appleDouble(kFork)},
-                                                 {"__MACOSX/._proj", appleDouble("")}}));
+    EXPECT_EQ(tree(scratch.path() / "raw"),
+              (std::map<std::string, std::string>{{"proj/", ""},
+                                                  {"proj/doc.txt", "data fork\n"},
+                                                  {"__MACOSX/", ""},
+                                                  {"__MACOSX/proj/", ""},
+                                                  {"__MACOSX/proj/._doc.txt", appleDouble(kFork)},
+                                                  {"__MACOSX/._proj", appleDouble("")}}));
 }
 
 // Metadata that cannot be read, or whose file is missing, comes out as the
@@ -854,20 +855,20 @@ TEST_P(ZipReaderMacHostile, KeepsTheDataFileWhole) {
 
 INSTANTIATE_TEST_SUITE_P(
     Zip, ZipReaderMacHostile,
-    ::testing::Values(
-        MacCase{"climbingNameStillPairsInside", "__MACOSX/../../._doc.txt", appleDouble(kFork), "", ""},
-        MacCase{"forkLongerThanTheFile", "__MACOSX/._doc.txt",
-                appleDouble(kFork, records({9, 50, 32, 2, 82, 4096})), "__MACOSX/._doc.txt", kUnreadable},
-        MacCase{"entryOutsideTheFile", "__MACOSX/._doc.txt",
-                appleDouble(kFork, records({9, 0xFFFFFFF0u, 32, 2, 82, 25})), "__MACOSX/._doc.txt", kUnreadable},
-        MacCase{"entryInsideTheHeader", "__MACOSX/._doc.txt", appleDouble(kFork, records({9, 0, 32, 2, 82, 25})),
-                "__MACOSX/._doc.txt", kUnreadable},
-        MacCase{"recordsCutShort", "__MACOSX/._doc.txt", appleDouble("").substr(0, 40), "__MACOSX/._doc.txt",
-                kUnreadable},
-        MacCase{"noAppleDoubleAtAll", "__MACOSX/._doc.txt", "not an AppleDouble file", "__MACOSX/._doc.txt",
-                kUnreadable},
-        MacCase{"fileMissing", "__MACOSX/sub/._other.txt", appleDouble(kFork), "__MACOSX/sub/._other.txt",
-                "Macintosh metadata without its file is kept as a file"}),
+    ::testing::Values(MacCase{"climbingNameStillPairsInside", "__MACOSX/../../._doc.txt", appleDouble(kFork), "", ""},
+                      MacCase{"forkLongerThanTheFile", "__MACOSX/._doc.txt",
+                              appleDouble(kFork, records({9, 50, 32, 2, 82, 4096})), "__MACOSX/._doc.txt", kUnreadable},
+                      MacCase{"entryOutsideTheFile", "__MACOSX/._doc.txt",
+                              appleDouble(kFork, records({9, 0xFFFFFFF0u, 32, 2, 82, 25})), "__MACOSX/._doc.txt",
+                              kUnreadable},
+                      MacCase{"entryInsideTheHeader", "__MACOSX/._doc.txt",
+                              appleDouble(kFork, records({9, 0, 32, 2, 82, 25})), "__MACOSX/._doc.txt", kUnreadable},
+                      MacCase{"recordsCutShort", "__MACOSX/._doc.txt", appleDouble("").substr(0, 40),
+                              "__MACOSX/._doc.txt", kUnreadable},
+                      MacCase{"noAppleDoubleAtAll", "__MACOSX/._doc.txt", "not an AppleDouble file",
+                              "__MACOSX/._doc.txt", kUnreadable},
+                      MacCase{"fileMissing", "__MACOSX/sub/._other.txt", appleDouble(kFork), "__MACOSX/sub/._other.txt",
+                              "Macintosh metadata without its file is kept as a file"}),
     [](const ::testing::TestParamInfo<MacCase>& info) { return std::string(info.param.title); });
 
 // ---------------------------------------------------------------------------

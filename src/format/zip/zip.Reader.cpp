@@ -611,7 +611,7 @@ bool Reader::absorbedByMac(const FileInfo& info, std::string* warning) const {
     if (mac_.absorbed(owner, info.index)) return true;
     if (warning)
         *warning = mac_.unreadable(owner, info.index) ? "Macintosh metadata that cannot be read is kept as a file"
-                                                        : "Macintosh metadata without its file is kept as a file";
+                                                      : "Macintosh metadata without its file is kept as a file";
     return false;
 }
 
@@ -641,9 +641,8 @@ void Reader::unzipAll(stream::random::Input& input) {
             unzipFolder(info);
         } else {
             // A link has no fork to take.
-            MacMetadata::Partner* mac = mac_.empty() || info.link
-                                            ? nullptr
-                                            : mac_.partnerOf(MacMetadata::key(info.local, info.separates));
+            MacMetadata::Partner* mac =
+                mac_.empty() || info.link ? nullptr : mac_.partnerOf(MacMetadata::key(info.local, info.separates));
             unzipFile(input, info, mac);
         }
     }

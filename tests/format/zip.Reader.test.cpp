@@ -687,10 +687,10 @@ size_t itemsBeside(const Scratch& scratch) {
 // way nothing leaves the output folder.
 TEST(ZipReader, BackslashesSeparateOnlyForDOSHosts) {
     Scratch scratch;
-    const uint16_t unix = 3 << 8 | 20;
+    const uint16_t unixHost = 3 << 8 | 20;
     Outcome outcome = expand(
         scratch.archive(
-            build({{"..\\..\\x", "1", "", false, 0, 10, unix}, {"a\\b", "2", "", false, 0, 10, unix}, {"c\\d", "3"}})
+            build({{"..\\..\\x", "1", "", false, 0, 10, unixHost}, {"a\\b", "2", "", false, 0, 10, unixHost}, {"c\\d", "3"}})
                 .bytes),
         scratch.out());
     EXPECT_EQ(outcome.message, "");

@@ -1,6 +1,7 @@
 #include "format/zip/zip.MacMetadata.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "io/io.SafePath.h"
 #include "stream/stream.Array.h"

@@ -9,6 +9,7 @@
 #include <functional>
 #include <iterator>
 #include <map>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -53,6 +54,7 @@ struct Entry {
     uint16_t method = 0;        // only the records say so; the data is always stored
     uint16_t versionNeeded = 10;
     uint16_t madeBy = 20;  // the host in the high byte: 0 MS-DOS, 3 Unix
+    std::optional<std::string> localName = std::nullopt;  // where the local header says otherwise
 };
 
 // Builds a Zip archive of stored entries with the project's own records.
@@ -99,7 +101,7 @@ Built build(const std::vector<Entry>& entries, const std::string& prefix = "", b
         l.crc(e.descriptor ? 0 : c.crc());
         l.compressedSize(e.descriptor ? 0 : packed);
         l.uncompressedSize(e.descriptor ? 0 : c.uncompressedSize());
-        l.name(e.name);
+        l.name(e.localName.value_or(e.name));
         l.write(output);
         if (e.password.empty()) {
             output.write(e.data.data(), static_cast<uint32_t>(e.data.size()));
@@ -542,10 +544,11 @@ TEST(ZipReaderHostile, AnEntryThatLiesAboutItsSizeLeavesNoFile) {
 // place is written under one of ours.
 TEST(ZipReaderHostile, TheCentralNameNamesTheFile) {
     Scratch scratch;
-    Built b = build({{"safe.txt", "one"}, {"abc", "two"}, {"..", "three"}, {"d/e", "four"}});
-    b.bytes.replace(b.localOffsets[0] + 30, 8, "evil.txt");
-    b.bytes.replace(b.localOffsets[1] + 30, 3, "../");
-    b.bytes.replace(b.localOffsets[3] + 30, 3, "/\\/");
+    Built b = build({{.name = "safe.txt", .data = "one", .localName = "evil.txt"},
+                     {.name = "abc", .data = "two", .localName = "../"},
+                     {.name = "..", .data = "three"},
+                     {.name = "d/e", .data = "four", .localName = "/\\/"},
+                     {.name = "kept", .data = "five", .localName = ""}});
     tuckett5::Reader reader;
     reader.outputFolder(scratch.out().string());
     reader.open(scratch.archive(b.bytes));
@@ -558,11 +561,17 @@ TEST(ZipReaderHostile, TheCentralNameNamesTheFile) {
                           {"safe.txt", otherName},
                           {"abc", otherName},
                           {"unnamed entry 3", "an entry whose stored name has no place is written as"},
-                          {"d/e", otherName}}));
+                          {"d/e", otherName},
+                          {"kept", otherName}}));
     reader.close();
     EXPECT_EQ(tree(scratch.out()),
               (std::map<std::string, std::string>{
-                  {"safe.txt", "one"}, {"abc", "two"}, {"unnamed entry 3", "three"}, {"d/", ""}, {"d/e", "four"}}));
+                  {"safe.txt", "one"},
+                  {"abc", "two"},
+                  {"unnamed entry 3", "three"},
+                  {"d/", ""},
+                  {"d/e", "four"},
+                  {"kept", "five"}}));
 }
 
 // A Zip64 archive as the records lay it out: every size and offset in the

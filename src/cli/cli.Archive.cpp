@@ -173,6 +173,7 @@ int expand(const Arguments& arguments) {
     reader.replaceExisting = arguments.replace;
     reader.macBinaryOutput(arguments.macBinary);
     reader.firstLayerOnly(arguments.oneLayer);
+    reader.keepAppleDoubleEntries(arguments.keepMacOSX);
     reader.textConversion(arguments.text);
     reader.textLineEnding(arguments.eol);
     int status = kSuccess;
@@ -230,6 +231,7 @@ int list(const Arguments& arguments) {
     }
     Lister lister;
     lister.firstLayerOnly(arguments.oneLayer);
+    lister.keepAppleDoubleEntries(arguments.keepMacOSX);
     try {
         lister.open(path);
         lister.scan();

@@ -25,6 +25,7 @@ struct Arguments {
     int level = -1;      // zip's level: 0 stores, 1 to 9 Deflate, 12 the strongest; -1 is 6
     int bits = -1;       // compress's widest code; -1 lets the format choose
     bool oneLayer = false;  // expand and list stop at a compressed stream's own data
+    bool keepMacOSX = false;  // expand and list keep a Mac-made Zip's "__MACOSX" entries as stored
 };
 
 int expand(const Arguments& arguments);

@@ -57,14 +57,18 @@ const std::map<std::string, const char*> kHelp = {
      "                             (never the archive itself or a folder holding it)\n"
      "  --one-layer                a .tar.gz (.tgz, .tar.bz2, .tar.Z) gives the .tar,\n"
      "                             not its items\n"
+     "  --keep-macosx              a Zip made on macOS keeps its __MACOSX folder as\n"
+     "                             stored, rather than giving each file its resource\n"
+     "                             fork and Finder information\n"
      "\n"
      "Ctrl-C cancels; what was written so far stays.\n"},
     {"list",
-     "usage: cratewerk list [--json] [--one-layer] ARCHIVE\n"
+     "usage: cratewerk list [--json] [--one-layer] [--keep-macosx] ARCHIVE\n"
      "\n"
      "Lists the items of ARCHIVE with their sizes, dates and types.\n"
-     "  --json        one JSON document for scripts\n"
-     "  --one-layer   list a .tar.gz as the .tar it holds\n"},
+     "  --json          one JSON document for scripts\n"
+     "  --one-layer     list a .tar.gz as the .tar it holds\n"
+     "  --keep-macosx   list the __MACOSX entries of a Zip made on macOS\n"},
     {"compress",
      "usage: cratewerk compress [-b BITS] FILE\n"
      "\n"
@@ -275,6 +279,8 @@ int main(int argc, char** argv) {
                 arguments.method = choose(value, {{"arsenic", 15}, {"isp", 13}, {"stored", 0}}, "--method");
             } else if ((command == "expand" || command == "list") && arg == "--one-layer") {
                 arguments.oneLayer = true;
+            } else if ((command == "expand" || command == "list") && arg == "--keep-macosx") {
+                arguments.keepMacOSX = true;
             } else if (command == "compress" && optionValue(argc, argv, i, arg, "-b", value)) {
                 const int bits = std::atoi(value.c_str());
                 if (value.find_first_not_of("0123456789") != std::string::npos || bits < 9 || bits > 16)

@@ -179,7 +179,10 @@ void FormatReader::passOver(uint64_t bytes) {
 
 std::string FormatReader::outputName(const Entry& entry) {
     std::string name = entry.placeName.empty() ? entry.name : entry.placeName;
+#ifdef _WIN32
+    // A "\" that is part of a name cannot be one here, where it separates.
     if (!entry.backslashSeparates) std::replace(name.begin(), name.end(), '\\', '_');
+#endif
     return name;
 }
 
@@ -195,7 +198,7 @@ bool FormatReader::expandFile(const Entry& entry, const std::function<void()>& w
     // A name with nothing left once the parts that could leave the output
     // folder are dropped has no place to go: it is passed over like a skip.
     const std::string name = outputName(entry);
-    if (!reader.fireFileDecodeBegin(clamp32(size)) || io::safeComponents(name).empty()) {
+    if (!reader.fireFileDecodeBegin(clamp32(size)) || io::safeComponents(name, entry.backslashSeparates).empty()) {
         passOver(size);
         reader.fireProgressFilesMove(++itemsDone);
         return false;
@@ -204,7 +207,7 @@ bool FormatReader::expandFile(const Entry& entry, const std::function<void()>& w
     const uint64_t start = bytesDone;
     reason_.clear();
     try {
-        std::string path = preprocessName(name);
+        std::string path = preprocessName(name, false, entry.backslashSeparates);
         if (entry.kind == Entry::Kind::link) {
             expandLink(entry, path, write);
             bytesDone = start + size;
@@ -435,8 +438,8 @@ std::string FormatReader::expandFolder(const Entry& entry) {
     reader.fireFolderDecodeBegin(0);
     std::string path;
     const std::string name = outputName(entry);
-    if (!io::safeComponents(name).empty()) {
-        path = preprocessName(name, true);
+    if (!io::safeComponents(name, entry.backslashSeparates).empty()) {
+        path = preprocessName(name, true, entry.backslashSeparates);
         // A folder that is there already was made by this run, for an earlier
         // entry of the same name or for a file inside it (a top folder that
         // was there before opens a fresh one): it is used as it is.
@@ -474,7 +477,7 @@ void FormatReader::makeMacBinaryOutputDecision(bool formatDefault) {
 
 std::string FormatReader::preprocessName(const std::string& name) { return preprocessName(name, false); }
 
-std::string FormatReader::preprocessName(const std::string& name, bool isFolder) {
+std::string FormatReader::preprocessName(const std::string& name, bool isFolder, bool backslashSeparates) {
     std::string folder = reader.outputFolder();
     io::Path::makeAbsolute(folder);
     while (folder.size() > 1 && folder.back() == io::Path::separator) folder.pop_back();
@@ -482,7 +485,7 @@ std::string FormatReader::preprocessName(const std::string& name, bool isFolder)
     // The safe path drops ".", "..", drive letters and leading separators, and
     // steps around links planted in the folder, so the result stays inside it.
     bool free = false;
-    std::string path = io::safePath(folder, name, knownFolders_, free);
+    std::string path = io::safePath(folder, name, knownFolders_, free, backslashSeparates);
     freePath_.clear();
     std::string prefix = folder;
     if (prefix.back() != io::Path::separator) prefix += io::Path::separator;

@@ -140,8 +140,9 @@ protected:
     void makeMacBinaryOutputDecision(bool formatDefault);
     // A stored item name to a full path inside the output folder.
     std::string preprocessName(const std::string& name);
-    // The same for an item that is a folder itself.
-    std::string preprocessName(const std::string& name, bool folder);
+    // The same for an item that is a folder itself; without
+    // `backslashSeparates` a "\" in the name is one of its characters.
+    std::string preprocessName(const std::string& name, bool folder, bool backslashSeparates = true);
     // Makes a file's path legal and free, tells the listeners of a change, and
     // creates the folders above it.
     void postprocessName(std::string& path);

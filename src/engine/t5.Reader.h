@@ -140,6 +140,10 @@ public:
     // Whether a compressed stream that holds an archive (a .tar.gz) comes out
     // as that archive, rather than as its items.
     un::property<bool> firstLayerOnly{false};
+    // Whether the "__MACOSX" entries of an archive made on macOS come out as
+    // they are stored, rather than as the resource forks and Finder
+    // information of the files they belong to.
+    un::property<bool> keepAppleDoubleEntries{false};
     // Items expanded otherwise than stored, with the reason (a link kept as a file).
     std::vector<ItemFailure> itemWarnings;
     // Where the first top-level item of the last decode went: a top folder or

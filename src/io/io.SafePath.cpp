@@ -51,8 +51,10 @@ std::string clean(std::string component, bool first) {
         }
     }
 #ifdef _WIN32
+    // Neither can be part of a name here; a backslash that reaches this point was
+    // a character of the stored name, never a separator.
     for (char& c : kept)
-        if (c == ':') c = '_';
+        if (c == ':' || c == '\\') c = '_';
     while (!kept.empty() && (kept.back() == '.' || kept.back() == ' ')) kept.pop_back();
     if (!kept.empty() && deviceName(kept)) kept.insert(kept.begin(), '_');
 #endif
@@ -63,12 +65,13 @@ std::string clean(std::string component, bool first) {
 
 } // namespace
 
-std::vector<std::string> safeComponents(const std::string& storedName) {
+std::vector<std::string> safeComponents(const std::string& storedName, bool backslashSeparates) {
+    const char* const separators = backslashSeparates ? Path::separators : "/";
     std::vector<std::string> components;
     std::string::size_type start = 0;
     bool first = true;
     while (start <= storedName.size()) {
-        std::string::size_type stop = storedName.find_first_of(Path::separators, start);
+        std::string::size_type stop = storedName.find_first_of(separators, start);
         if (stop == std::string::npos) stop = storedName.size();
         std::string raw = storedName.substr(start, stop - start);
         std::string component = clean(raw, first);
@@ -79,15 +82,15 @@ std::vector<std::string> safeComponents(const std::string& storedName) {
     return components;
 }
 
-std::string safePath(const std::string& outputFolder, const std::string& storedName) {
+std::string safePath(const std::string& outputFolder, const std::string& storedName, bool backslashSeparates) {
     bool free = false;
-    return safePath(outputFolder, storedName, {}, free);
+    return safePath(outputFolder, storedName, {}, free, backslashSeparates);
 }
 
 std::string safePath(const std::string& outputFolder, const std::string& storedName,
-                     const std::set<std::string>& trusted, bool& free) {
+                     const std::set<std::string>& trusted, bool& free, bool backslashSeparates) {
     free = false;
-    std::vector<std::string> components = safeComponents(storedName);
+    std::vector<std::string> components = safeComponents(storedName, backslashSeparates);
     if (components.empty()) return outputFolder.empty() ? std::string(".") : outputFolder;
 
     std::string path = outputFolder;

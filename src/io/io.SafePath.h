@@ -12,8 +12,10 @@ namespace io {
 // dots are dropped; each is cut to Path::maxComponent bytes. On Windows a
 // colon becomes "_", trailing dots and blanks go, and device names (CON,
 // NUL, COM1, ...) get a leading "_". What remains can only name something
-// below the folder it is joined to.
-std::vector<std::string> safeComponents(const std::string& storedName);
+// below the folder it is joined to. Without `backslashSeparates` only "/"
+// splits, and a "\" is a character of the name; on Windows, which cannot hold
+// one in a name, it becomes "_".
+std::vector<std::string> safeComponents(const std::string& storedName, bool backslashSeparates = true);
 
 // The path at which the item stored as `storedName` goes inside
 // `outputFolder`: the folder, a separator, and the safe components joined by
@@ -22,11 +24,11 @@ std::vector<std::string> safeComponents(const std::string& storedName);
 // "name_n.ext", so a planted link can't lead out of the folder. A name with
 // no usable component answers the folder itself ("." for an empty folder).
 // Throws io::Exception when no free name is left beside a link.
-std::string safePath(const std::string& outputFolder, const std::string& storedName);
+std::string safePath(const std::string& outputFolder, const std::string& storedName, bool backslashSeparates = true);
 // The same for a caller that expands many items: the folders in `trusted`
 // are real folders that it made or looked up itself, so they are not looked
 // up again, and `free` tells whether nothing at all was at the path.
 std::string safePath(const std::string& outputFolder, const std::string& storedName,
-                     const std::set<std::string>& trusted, bool& free);
+                     const std::set<std::string>& trusted, bool& free, bool backslashSeparates = true);
 
 } // namespace io

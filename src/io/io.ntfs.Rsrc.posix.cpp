@@ -6,6 +6,7 @@
 #include <cstring>
 #include <vector>
 
+#include "io/io.AppleDouble.h"
 #include "io/io.Exception.h"
 #include "io/io.Path.h"
 #include "io/io.ntfs.Rsrc.h"
@@ -20,19 +21,15 @@ namespace io::ntfs {
 
 namespace {
 
-constexpr uint32_t magic = 0x00051607;
-constexpr uint32_t version2 = 0x00020000;
-constexpr uint32_t version1 = 0x00010000;
-constexpr uint32_t finderInfoId = 9;
-constexpr uint32_t resourceForkId = 2;
-constexpr uint32_t finderInfoSize = 32;
-constexpr uint32_t headerSize = 26;
-constexpr uint32_t entrySize = 12;
-constexpr uint32_t maxEntries = 64;
+constexpr uint32_t magic = AppleDouble::magic;
+constexpr uint32_t version2 = AppleDouble::version2;
+constexpr uint32_t finderInfoId = AppleDouble::finderInfoId;
+constexpr uint32_t resourceForkId = AppleDouble::resourceForkId;
+constexpr uint32_t finderInfoSize = AppleDouble::finderInfoSize;
+constexpr uint32_t headerSize = AppleDouble::headerSize;
+constexpr uint32_t entrySize = AppleDouble::entrySize;
 
-struct Entry {
-    uint32_t id, offset, length;
-};
+using Entry = AppleDouble::Entry;
 
 struct Layout {
     std::vector<Entry> entries;
@@ -50,7 +47,6 @@ struct Layout {
     }
 };
 
-uint32_t be32(const unsigned char* p) { return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3]; }
 void put32(std::vector<char>& out, uint32_t v) {
     for (int shift = 24; shift >= 0; shift -= 8) out.push_back(static_cast<char>(v >> shift));
 }
@@ -85,20 +81,11 @@ bool parse(int fd, Layout& layout) {
     layout.fileSize = uint64_t(st.st_size);
     unsigned char head[headerSize];
     if (!readAt(fd, 0, reinterpret_cast<char*>(head), sizeof head)) return false;
-    uint32_t version = be32(head + 4);
-    if (be32(head) != magic || (version != version2 && version != version1)) return false;
-    uint32_t count = uint32_t(head[24]) << 8 | head[25];
-    if (count > maxEntries) return false;
-    std::vector<unsigned char> list(count * entrySize);
+    const int32_t count = AppleDouble::entryCount(head);
+    if (count < 0) return false;
+    std::vector<unsigned char> list(size_t(count) * entrySize);
     if (count != 0 && !readAt(fd, headerSize, reinterpret_cast<char*>(list.data()), list.size())) return false;
-    layout.entries.clear();
-    for (uint32_t i = 0; i < count; ++i) {
-        const unsigned char* p = list.data() + i * entrySize;
-        Entry e{be32(p), be32(p + 4), be32(p + 8)};
-        if (uint64_t(e.offset) + e.length > layout.fileSize) return false;
-        layout.entries.push_back(e);
-    }
-    return true;
+    return AppleDouble::readEntries(list.data(), uint32_t(count), layout.fileSize, layout.entries);
 }
 
 int openSidecar(const std::string& path, int flags) {

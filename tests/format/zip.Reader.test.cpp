@@ -2,12 +2,14 @@
 // from the Zip records and on the peer archives in tests/data/zip.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
 #include <map>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -20,6 +22,7 @@
 #include "format/zip/zip.EndHeader.h"
 #include "format/zip/zip.LocalHeader.h"
 #include "format/zip/zip.Name.h"
+#include "io/io.ntfs.Rsrc.h"
 #include "stream/check/crc.CRC.h"
 #include "stream/stream.ByteOrder.h"
 #include "stream/stream.Vector.h"
@@ -50,6 +53,8 @@ struct Entry {
     bool descriptor = false;    // sizes and CRC behind the data, zero in the local header
     uint16_t method = 0;        // only the records say so; the data is always stored
     uint16_t versionNeeded = 10;
+    uint16_t madeBy = 20;  // the host in the high byte: 0 MS-DOS, 3 Unix
+    std::optional<std::string> localName = std::nullopt;  // where the local header says otherwise
 };
 
 // Builds a Zip archive of stored entries with the project's own records.
@@ -72,7 +77,7 @@ Built build(const std::vector<Entry>& entries, const std::string& prefix = "", b
     Built built;
     for (const Entry& e : entries) {
         format::zip::CentralHeader c;
-        c.versionMadeBy(20);
+        c.versionMadeBy(e.madeBy);
         c.versionNeeded(e.versionNeeded);
         c.flags(static_cast<uint16_t>((e.password.empty() ? 0 : 1) | (e.descriptor ? 8 : 0)));
         c.method(e.method);
@@ -96,7 +101,7 @@ Built build(const std::vector<Entry>& entries, const std::string& prefix = "", b
         l.crc(e.descriptor ? 0 : c.crc());
         l.compressedSize(e.descriptor ? 0 : packed);
         l.uncompressedSize(e.descriptor ? 0 : c.uncompressedSize());
-        l.name(e.name);
+        l.name(e.localName.value_or(e.name));
         l.write(output);
         if (e.password.empty()) {
             output.write(e.data.data(), static_cast<uint32_t>(e.data.size()));
@@ -419,9 +424,16 @@ std::string patched(const std::function<void(Built&)>& change) {
 }
 
 const char* const kLocate = "cannot locate the central directory in zip reader";
+const char* const kLocalMismatch = "local header does not match the central directory in zip reader; data is invalid";
 // Where the second central header of the sample begins, and its fields.
 constexpr size_t kSecond = 46 + 5;
 constexpr size_t kCompressed = 20, kUncompressed = 24, kLocalOffset = 42;
+
+// Makes both headers of the second entry declare another size than its data has.
+void declare(Built& b, uint32_t size) {
+    put32(b.bytes, b.directoryOffset + kSecond + kUncompressed, size);
+    put32(b.bytes, b.localOffsets[1] + 22, size);
+}
 
 INSTANTIATE_TEST_SUITE_P(
     Zip, Refuses,
@@ -474,14 +486,16 @@ INSTANTIATE_TEST_SUITE_P(
                     return build({{"t", "x", "", false, 8, 46}}).bytes;
                 },
                 "Unsupported method", "unsupported compression method in zip reader"},
-        BadCase{
-            "declaresLessThanItHolds",
-            [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + kSecond + kUncompressed, 3); }); },
-            "Bad data", "CRC mismatch in zip reader; data is invalid"},
-        BadCase{
-            "declaresMoreThanItHolds",
-            [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + kSecond + kUncompressed, 9); }); },
-            "Bad data", "CRC mismatch in zip reader; data is invalid"},
+        BadCase{"declaresLessThanItHolds", [] { return patched([](Built& b) { declare(b, 3); }); }, "Bad data",
+                "CRC mismatch in zip reader; data is invalid"},
+        BadCase{"declaresMoreThanItHolds", [] { return patched([](Built& b) { declare(b, 9); }); }, "Bad data",
+                "CRC mismatch in zip reader; data is invalid"},
+        // The local header must say what the directory says, as 7-Zip holds it.
+        BadCase{"localSizeDisagrees",
+                [] { return patched([](Built& b) { put32(b.bytes, b.localOffsets[1] + 22, 9); }); }, "Bad data",
+                kLocalMismatch},
+        BadCase{"localCrcDisagrees", [] { return patched([](Built& b) { b.bytes[b.localOffsets[0] + 14] ^= 1; }); },
+                "Bad data", kLocalMismatch},
         BadCase{"twoEntriesShareALocalEntry",
                 [] { return patched([](Built& b) { put32(b.bytes, b.directoryOffset + kSecond + kLocalOffset, 0); }); },
                 "Bad format", "overlapping entries in zip reader"},
@@ -515,8 +529,7 @@ TEST(ZipReaderHostile, AnEntryThatLiesAboutItsSizeLeavesNoFile) {
         tuckett5::Reader reader;
         reader.outputFolder(scratch.out().string());
         reader.continueAfterItemFailure(true);
-        reader.open(scratch.archive(
-            patched([&](Built& b) { put32(b.bytes, b.directoryOffset + kSecond + kUncompressed, declared); })));
+        reader.open(scratch.archive(patched([&](Built& b) { declare(b, declared); })));
         reader.scan();
         reader.decode();
         ASSERT_EQ(reader.itemFailures.size(), 1u);
@@ -526,25 +539,39 @@ TEST(ZipReaderHostile, AnEntryThatLiesAboutItsSizeLeavesNoFile) {
     }
 }
 
-// The central directory names every entry, whatever the local header says,
-// and an entry whose name has no place is written under one of ours.
+// The central directory names every entry, whatever the local header says
+// (which is warned about, as unzip does), and an entry whose name has no
+// place is written under one of ours.
 TEST(ZipReaderHostile, TheCentralNameNamesTheFile) {
     Scratch scratch;
-    Built b = build({{"safe.txt", "one"}, {"abc", "two"}, {"..", "three"}, {"d/e", "four"}});
-    b.bytes.replace(b.localOffsets[0] + 30, 8, "evil.txt");
-    b.bytes.replace(b.localOffsets[1] + 30, 3, "../");
-    b.bytes.replace(b.localOffsets[3] + 30, 3, "/\\/");
+    Built b = build({{.name = "safe.txt", .data = "one", .localName = "evil.txt"},
+                     {.name = "abc", .data = "two", .localName = "../"},
+                     {.name = "..", .data = "three"},
+                     {.name = "d/e", .data = "four", .localName = "/\\/"},
+                     {.name = "kept", .data = "five", .localName = ""}});
     tuckett5::Reader reader;
     reader.outputFolder(scratch.out().string());
     reader.open(scratch.archive(b.bytes));
     reader.scan();
     reader.decode();
-    ASSERT_EQ(reader.itemWarnings.size(), 1u);
-    EXPECT_EQ(reader.itemWarnings[0].name, "unnamed entry 3");
+    std::vector<std::pair<std::string, std::string>> warned;
+    for (const auto& w : reader.itemWarnings) warned.emplace_back(w.name, w.reason);
+    const std::string otherName = "the local header names this entry otherwise; the directory's name is used";
+    EXPECT_EQ(warned, (std::vector<std::pair<std::string, std::string>>{
+                          {"safe.txt", otherName},
+                          {"abc", otherName},
+                          {"unnamed entry 3", "an entry whose stored name has no place is written as"},
+                          {"d/e", otherName},
+                          {"kept", otherName}}));
     reader.close();
     EXPECT_EQ(tree(scratch.out()),
               (std::map<std::string, std::string>{
-                  {"safe.txt", "one"}, {"abc", "two"}, {"unnamed entry 3", "three"}, {"d/", ""}, {"d/e", "four"}}));
+                  {"safe.txt", "one"},
+                  {"abc", "two"},
+                  {"unnamed entry 3", "three"},
+                  {"d/", ""},
+                  {"d/e", "four"},
+                  {"kept", "five"}}));
 }
 
 // A Zip64 archive as the records lay it out: every size and offset in the
@@ -657,6 +684,201 @@ TEST(ZipReader, NamesInCodePage437AndUTF8) {
     EXPECT_EQ(engine5::zip::entryName("\xF0\x9F\x98\x80", "", true).local, "\xF0\x9F\x98\x80");
 #endif
 }
+
+size_t itemsBeside(const Scratch& scratch) {
+    size_t count = 0;
+    for ([[maybe_unused]] const auto& item : fs::directory_iterator(scratch.path())) ++count;
+    return count;
+}
+
+// A backslash separates folders only in names from MS-DOS and Windows hosts;
+// from Unix it is a character of the name, which Windows cannot hold. Either
+// way nothing leaves the output folder.
+TEST(ZipReader, BackslashesSeparateOnlyForDOSHosts) {
+    Scratch scratch;
+    const uint16_t unixHost = 3 << 8 | 20;
+    Outcome outcome = expand(
+        scratch.archive(
+            build({{"..\\..\\x", "1", "", false, 0, 10, unixHost}, {"a\\b", "2", "", false, 0, 10, unixHost}, {"c\\d", "3"}})
+                .bytes),
+        scratch.out());
+    EXPECT_EQ(outcome.message, "");
+#ifdef _WIN32
+    const std::map<std::string, std::string> expected = {{".._.._x", "1"}, {"a_b", "2"}, {"c/", ""}, {"c/d", "3"}};
+#else
+    const std::map<std::string, std::string> expected = {{"..\\..\\x", "1"}, {"a\\b", "2"}, {"c/", ""}, {"c/d", "3"}};
+#endif
+    EXPECT_EQ(tree(scratch.out()), expected);
+    EXPECT_EQ(itemsBeside(scratch), 2u);  // the archive and the output folder
+}
+
+// ---------------------------------------------------------------------------
+// Archives made on macOS: "__MACOSX/<path>/._<name>" holds the resource fork
+// and Finder information of "<path>/<name>" as an AppleDouble file.
+
+void be32(std::string& s, uint32_t v) {
+    for (int shift = 24; shift >= 0; shift -= 8) s += static_cast<char>(v >> shift);
+}
+
+// An AppleDouble file laid out as macOS writes it: header, two entry records,
+// 32 bytes of Finder information, then the fork. `records` replaces the
+// records where a test lies in them.
+std::string appleDouble(const std::string& fork, const std::string& records = "") {
+    std::string out;
+    be32(out, 0x00051607), be32(out, 0x00020000);
+    out += "Mac OS X        ";
+    out += std::string("\0\2", 2);
+    if (records.empty()) {
+        be32(out, 9), be32(out, 50), be32(out, 32);
+        be32(out, 2), be32(out, 82), be32(out, static_cast<uint32_t>(fork.size()));
+    } else {
+        out += records;
+    }
+    out += "TEXTttxt";
+    out += std::string("\x01\x00", 2) + std::string(22, '\0');
+    return out + fork;
+}
+
+const std::string kFork = "resource fork: 'STR ' 128";
+
+// The folder's own metadata has nowhere to go and is dropped, whether the
+// folder has an entry or is only implied by the file in it.
+std::vector<Entry> macArchive(bool metadataFirst) {
+    std::vector<Entry> entries = {{"proj/", ""},
+                                  {"proj/doc.txt", "data fork\n"},
+                                  {"__MACOSX/", ""},
+                                  {"__MACOSX/proj/", ""},
+                                  {"__MACOSX/proj/._doc.txt", appleDouble(kFork)},
+                                  {"__MACOSX/._proj", appleDouble("")}};
+    if (metadataFirst) {
+        std::reverse(entries.begin(), entries.end());
+        entries.pop_back();
+    }
+    return entries;
+}
+
+std::string forkOf(const fs::path& file) {
+    io::ntfs::Rsrc rsrc;
+    rsrc.open(file.string());
+    std::string fork(rsrc.size(), '\0');
+    fork.resize(rsrc.read(fork.data(), static_cast<uint32_t>(fork.size())));
+    rsrc.close();
+    return fork;
+}
+
+TEST(ZipReaderMac, ForkAndFinderInformationLandOnTheirFileInEitherOrder) {
+    for (bool metadataFirst : {false, true}) {
+        Scratch scratch;
+        Outcome outcome = expand(scratch.archive(build(macArchive(metadataFirst)).bytes), scratch.out());
+        EXPECT_EQ(outcome.message, "");
+        // The metadata is no item of its own: the archive has one root.
+        EXPECT_EQ(outcome.rootName, "proj");
+        EXPECT_EQ(outcome.fileCount, metadataFirst ? 1u : 2u);
+        EXPECT_FALSE(fs::exists(scratch.out() / "__MACOSX"));
+        EXPECT_EQ(readFile(scratch.out() / "proj/doc.txt"), "data fork\n");
+        EXPECT_EQ(forkOf(scratch.out() / "proj/doc.txt"), kFork) << metadataFirst;
+        io::ntfs::Rsrc rsrc((scratch.out() / "proj/doc.txt").string());
+        const format::data::FileInfo info = rsrc.fileInfo();
+        EXPECT_EQ(info.type().stringValue(), "TEXT");
+        EXPECT_EQ(info.creator().stringValue(), "ttxt");
+        EXPECT_EQ(info.flags(), 0x0100);
+    }
+}
+
+TEST(ZipReaderMac, OptionsPlaceTheForkOrKeepTheRawEntries) {
+    Scratch scratch;
+    const std::string archive = scratch.archive(build(macArchive(false)).bytes);
+    // MacBinary: the header names type, creator and both lengths; the fork
+    // follows the data, each padded to 128 bytes.
+    tuckett5::Reader reader;
+    reader.outputFolder((scratch.path() / "bin").string());
+    reader.macBinaryOutput(tuckett5::Reader::macBinaryAlways);
+    reader.open(archive);
+    reader.decode();
+    reader.close();
+    const std::string bin = readFile(scratch.path() / "bin/proj/doc.txt.bin");
+    ASSERT_EQ(bin.size(), 128u + 128 + 128);
+    EXPECT_EQ(bin.substr(65, 8), "TEXTttxt");
+    EXPECT_EQ(bin.substr(83, 8), std::string("\0\0\0\x0A\0\0\0\x19", 8));
+    EXPECT_EQ(bin.substr(128, 10), "data fork\n");
+    EXPECT_EQ(bin.substr(256, kFork.size()), kFork);
+
+    tuckett5::Reader raw;
+    raw.outputFolder((scratch.path() / "raw").string());
+    raw.keepAppleDoubleEntries(true);
+    raw.open(archive);
+    raw.scan();
+    EXPECT_EQ(raw.archiveInfo.fileCount, 6u);
+    raw.decode();
+    raw.close();
+    EXPECT_EQ(tree(scratch.path() / "raw"),
+              (std::map<std::string, std::string>{{"proj/", ""},
+                                                  {"proj/doc.txt", "data fork\n"},
+                                                  {"__MACOSX/", ""},
+                                                  {"__MACOSX/proj/", ""},
+                                                  {"__MACOSX/proj/._doc.txt", appleDouble(kFork)},
+                                                  {"__MACOSX/._proj", appleDouble("")}}));
+}
+
+// Metadata that cannot be read, or whose file is missing, comes out as the
+// file it is, with a warning; the run goes on and nothing leaves the folder.
+struct MacCase {
+    const char* title;
+    std::string name;
+    std::string data;
+    std::string kept;  // where it lands as a file; empty: merged into doc.txt
+    std::string warning;
+};
+
+class ZipReaderMacHostile : public ::testing::TestWithParam<MacCase> {};
+
+std::string records(std::vector<uint32_t> values) {
+    std::string out;
+    for (uint32_t v : values) be32(out, v);
+    return out;
+}
+
+const char* const kUnreadable = "Macintosh metadata that cannot be read is kept as a file";
+
+TEST_P(ZipReaderMacHostile, KeepsTheDataFileWhole) {
+    const MacCase& c = GetParam();
+    Scratch scratch;
+    tuckett5::Reader reader;
+    reader.outputFolder(scratch.out().string());
+    reader.open(scratch.archive(build({{c.name, c.data}, {"doc.txt", "data"}}).bytes));
+    reader.scan();
+    reader.decode();
+    reader.close();
+    EXPECT_EQ(readFile(scratch.out() / "doc.txt"), "data");
+    if (c.kept.empty()) {
+        EXPECT_TRUE(reader.itemWarnings.empty());
+        EXPECT_EQ(forkOf(scratch.out() / "doc.txt"), kFork);
+    } else {
+        ASSERT_EQ(reader.itemWarnings.size(), 1u);
+        EXPECT_EQ(reader.itemWarnings[0].reason, c.warning);
+        EXPECT_EQ(readFile(scratch.out() / c.kept), c.data);
+        EXPECT_FALSE(io::ntfs::Rsrc::hasInfo((scratch.out() / "doc.txt").string()));
+    }
+    EXPECT_EQ(itemsBeside(scratch), 2u);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Zip, ZipReaderMacHostile,
+    ::testing::Values(MacCase{"climbingNameStillPairsInside", "__MACOSX/../../._doc.txt", appleDouble(kFork), "", ""},
+                      MacCase{"forkLongerThanTheFile", "__MACOSX/._doc.txt",
+                              appleDouble(kFork, records({9, 50, 32, 2, 82, 4096})), "__MACOSX/._doc.txt", kUnreadable},
+                      MacCase{"entryOutsideTheFile", "__MACOSX/._doc.txt",
+                              appleDouble(kFork, records({9, 0xFFFFFFF0u, 32, 2, 82, 25})), "__MACOSX/._doc.txt",
+                              kUnreadable},
+                      MacCase{"entryInsideTheHeader", "__MACOSX/._doc.txt",
+                              appleDouble(kFork, records({9, 0, 32, 2, 82, 25})), "__MACOSX/._doc.txt", kUnreadable},
+                      MacCase{"recordsCutShort", "__MACOSX/._doc.txt", appleDouble("").substr(0, 40),
+                              "__MACOSX/._doc.txt", kUnreadable},
+                      MacCase{"noAppleDoubleAtAll", "__MACOSX/._doc.txt", "not an AppleDouble file",
+                              "__MACOSX/._doc.txt", kUnreadable},
+                      MacCase{"fileMissing", "__MACOSX/sub/._other.txt", appleDouble(kFork), "__MACOSX/sub/._other.txt",
+                              "Macintosh metadata without its file is kept as a file"}),
+    [](const ::testing::TestParamInfo<MacCase>& info) { return std::string(info.param.title); });
 
 // ---------------------------------------------------------------------------
 // Archives made by other programs, kept in tests/data/zip.

@@ -18,6 +18,7 @@
 namespace fs = std::filesystem;
 
 #include "interop.Shell.h"
+#include "io/io.ntfs.Rsrc.h"
 #include "support/scratch.h"
 
 namespace {
@@ -298,6 +299,81 @@ TEST(LegacyPeers, ExpandToTheirKnownContents) {
             EXPECT_EQ(got, tree(scratch.path() / "reference")) << name;
         }
     }
+}
+
+}  // namespace
+
+namespace {
+
+// A Zip as macOS's Archive Utility lays it out: streamed entries with data
+// descriptors, and for each file with a fork an AppleDouble file under
+// __MACOSX whose Finder information entry carries extended attributes too.
+const std::string kMacZip = "python3 -c " + quote(R"(
+import struct, zipfile
+class Pipe:
+    def __init__(self, f): self.f = f
+    def write(self, b): return self.f.write(b)
+    def flush(self): self.f.flush()
+def appledouble(fork):
+    finder = b'TEXTttxt' + struct.pack('>H', 0x0100) + bytes(22)
+    attributes = b'ATTR' + bytes(3730 - 32 - 4)
+    head = struct.pack('>II', 0x00051607, 0x00020000) + b'Mac OS X        ' + struct.pack('>H', 2)
+    head += struct.pack('>III', 9, 50, 3730) + struct.pack('>III', 2, 3780, len(fork))
+    return head + finder + attributes + fork
+with open('a.zip', 'wb') as f:
+    z = zipfile.ZipFile(Pipe(f), 'w', zipfile.ZIP_DEFLATED)
+    for name in ['proj/', '__MACOSX/', '__MACOSX/proj/']:
+        z.writestr(zipfile.ZipInfo(name), b'')
+    z.writestr('proj/doc.txt', b'the data fork\n')
+    z.writestr('proj/plain.txt', b'no fork\n')
+    z.writestr('__MACOSX/proj/._doc.txt', appledouble(b'resource ' * 2000))
+    z.close()
+)");
+
+TEST(MacMadeZip, ForksLandThroughBothFrontEnds) {
+    if (!have("python3") || !have("unzip")) GTEST_SKIP() << "python3 or unzip is not installed";
+    Scratch scratch;
+    Ran made = run(kMacZip, scratch.path());
+    ASSERT_EQ(made.status, 0) << made.err;
+    std::string fork;
+    for (int i = 0; i < 2000; ++i) fork += "resource ";
+
+    // Kept raw, the entries come out as unzip writes them.
+    run("unzip -q a.zip -d reference", scratch.path());
+    Ran raw = run(quote(CRATEWERK_PROGRAM) + " expand -q --keep-macosx a.zip raw", scratch.path());
+    EXPECT_EQ(raw.status, 0) << raw.err;
+    EXPECT_EQ(tree(scratch.path() / "raw"), tree(scratch.path() / "reference"));
+
+    Ran tool = run(quote(CRATEWERK_PROGRAM) + " expand -q a.zip tool", scratch.path());
+    EXPECT_EQ(tool.status, 0) << tool.err;
+    EXPECT_EQ(tool.err, "");
+    const fs::path host = scratch.path() / "host";
+    fs::create_directories(host);
+    Ran plugin = run(quote(FMHOST_PROGRAM) + " " + quote(CRATEWERK_PLUGIN_LIBRARY) + " CRwrk-Expand " +
+                         quote((scratch.path() / "a.zip").string() + "|" + host.string() + "|"),
+                     scratch.path());
+    EXPECT_EQ(plugin.out.find("|"), std::string::npos) << plugin.out;
+    for (const fs::path& out : {scratch.path() / "tool", host}) {
+        // Here the fork and the Finder information go into the AppleDouble
+        // file beside the data, where macOS, Samba and netatalk find them.
+        const auto items = tree(out);
+        EXPECT_EQ(items.count("__MACOSX/"), 0u) << out;
+        EXPECT_EQ(items.at("proj/doc.txt"), "the data fork\n");
+        EXPECT_EQ(items.at("proj/plain.txt"), "no fork\n");
+        io::ntfs::Rsrc rsrc((out / "proj/doc.txt").string());
+        rsrc.open();
+        std::string landed(rsrc.size(), '\0');
+        landed.resize(rsrc.read(landed.data(), static_cast<uint32_t>(landed.size())));
+        rsrc.close();
+        EXPECT_EQ(landed, fork) << out;
+        EXPECT_EQ(rsrc.fileInfo().type().stringValue(), "TEXT");
+        EXPECT_FALSE(io::ntfs::Rsrc::hasInfo((out / "proj/plain.txt").string()));
+    }
+
+    // The listing shows what expansion writes.
+    EXPECT_EQ(run(quote(CRATEWERK_PROGRAM) + " list a.zip", scratch.path()).out.find("__MACOSX"), std::string::npos);
+    EXPECT_NE(run(quote(CRATEWERK_PROGRAM) + " list --keep-macosx a.zip", scratch.path()).out.find("._doc.txt"),
+              std::string::npos);
 }
 
 }  // namespace

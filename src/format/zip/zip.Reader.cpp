@@ -32,6 +32,7 @@ constexpr uint32_t encryptionHeaderSize = format::zip::EncryptionHeader::fixed_s
 constexpr int unixHost = 3;
 
 const char* const invalidData = "CRC mismatch in zip reader; data is invalid";
+const char* const localMismatch = "local header does not match the central directory in zip reader; data is invalid";
 const char* const multiPart = "expansion of segmented multi-part archives not supported by zip reader";
 
 // A DOS date and time, which count in the local time of the machine that
@@ -75,6 +76,24 @@ std::string readBytes(stream::Input& input, uint32_t count) {
     }
     bytes.resize(done);
     return bytes;
+}
+
+// Finds the Zip64 extended information field in an extra field; answers
+// where its values start and how many bytes they take.
+bool findZip64(const std::string& extra, size_t& at, size_t& length) {
+    for (size_t p = 0; p + 4 <= extra.size();) {
+        const uint16_t tag = le16(extra, p);
+        const size_t n = le16(extra, p + 2);
+        p += 4;
+        if (n > extra.size() - p) return false;
+        if (tag == zip64Tag) {
+            at = p;
+            length = n;
+            return true;
+        }
+        p += n;
+    }
+    return false;
 }
 
 // The exact modification time that Info-ZIP (extended timestamp, 0x5455) or
@@ -283,25 +302,13 @@ void Reader::describeCentral(FileInfo& info) const {
     const bool wantOffset = c.localHeaderOffset() == marked32;
     if (wantUncompressed || wantCompressed || wantOffset) {
         const std::string& extra = c.extra();
-        bool found = false;
-        for (size_t at = 0; at + 4 <= extra.size();) {
-            const uint16_t tag = le16(extra, at);
-            const size_t length = le16(extra, at + 2);
-            at += 4;
-            if (length > extra.size() - at) break;
-            if (tag == zip64Tag) {
-                const size_t needed = 8 * (size_t(wantUncompressed) + wantCompressed + wantOffset);
-                if (length < needed) break;
-                size_t field = at;
-                if (wantUncompressed) info.uncompressedSize = le64(extra, field), field += 8;
-                if (wantCompressed) info.compressedSize = le64(extra, field), field += 8;
-                if (wantOffset) info.offset = le64(extra, field);
-                found = true;
-                break;
-            }
-            at += length;
-        }
-        if (!found) throw BadFormat("invalid Zip64 extra field in zip reader");
+        size_t field = 0, length = 0;
+        const size_t needed = 8 * (size_t(wantUncompressed) + wantCompressed + wantOffset);
+        if (!findZip64(extra, field, length) || length < needed)
+            throw BadFormat("invalid Zip64 extra field in zip reader");
+        if (wantUncompressed) info.uncompressedSize = le64(extra, field), field += 8;
+        if (wantCompressed) info.compressedSize = le64(extra, field), field += 8;
+        if (wantOffset) info.offset = le64(extra, field);
     }
 
     EntryName name = entryName(c.name(), c.extra(), (c.flags() & utf8Flag) != 0, info.host);
@@ -317,9 +324,7 @@ void Reader::describeCentral(FileInfo& info) const {
     // output folder are dropped ("", "../", "/") would have no place: it gets
     // a name of its own, which listing and expansion show alike.
     if (!info.folder) {
-        std::string placed = info.local;
-        if (!info.separates) std::replace(placed.begin(), placed.end(), '\\', '_');
-        if (io::safeComponents(placed).empty()) {
+        if (io::safeComponents(info.local, info.separates).empty()) {
             info.renamed = true;
             info.local = "unnamed entry " + std::to_string(info.index + 1);
             info.unicode = decodeUTF8(info.local);
@@ -345,10 +350,13 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
         return;
     }
     findDirectory(input);
+    pairMacMetadata(input, false);
+    input.seek(directoryOffset);
 
     uint64_t expanded = 0;
     uint64_t compressed = 0;
     std::string root;
+    bool rootSeen = false;
     bool sameRoot = true;
     bool fileAtRoot = false;
     FileInfo info;
@@ -361,6 +369,8 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
         describeCentral(info);
         const bool encrypted = (info.flags & encryptedFlag) != 0;
         if (encrypted) archive.encrypted = true;
+        // Metadata that goes into another item is listed as part of it.
+        if (absorbedByMac(info)) continue;
 
         if (info.folder) {
             reader.folderInfo.reset();
@@ -384,10 +394,10 @@ void Reader::scan(stream::random::Input& input, io::random::File&) {
 
         // The first component of the name as it will be written decides
         // whether the archive has a single root.
-        const std::vector<std::string> components = io::safeComponents(info.local);
+        const std::vector<std::string> components = io::safeComponents(info.local, info.separates);
         const std::string first = components.empty() ? std::string() : components.front();
-        if (i == 0)
-            root = first;
+        if (!rootSeen)
+            root = first, rootSeen = true;
         else if (first != root)
             sameRoot = false;
         if (components.size() <= 1 && !info.folder) fileAtRoot = true;
@@ -470,6 +480,29 @@ void Reader::findLocal(stream::random::Input& input, FileInfo& info) {
     if (!header.valid() || header.method() != info.method ||
         (header.flags() & encryptedFlag) != (info.flags & encryptedFlag))
         throw BadFormat("bad local header in zip reader");
+    info.localNameDiffers = header.name() != info.name;
+    // Its CRC and sizes must agree too, unless a data descriptor behind the
+    // data holds them. Sizes marked with all ones are in its Zip64 field,
+    // which holds both when it holds sixteen bytes.
+    info.localDisagrees = false;
+    if (header.flags() & descriptorFlag) return;
+    uint64_t uncompressed = header.uncompressedSize();
+    uint64_t compressed = header.compressedSize();
+    bool comparable = true;
+    if (uncompressed == marked32 || compressed == marked32) {
+        const std::string& extra = header.extra();
+        size_t field = 0, length = 0;
+        const bool found = findZip64(extra, field, length);
+        if (found && length >= 16) {
+            uncompressed = le64(extra, field);
+            compressed = le64(extra, field + 8);
+        } else if (found && length >= 8) {
+            (uncompressed == marked32 ? uncompressed : compressed) = le64(extra, field);
+        }
+        comparable = found && uncompressed != marked32 && compressed != marked32;
+    }
+    info.localDisagrees = header.crc() != info.crc ||
+                          (comparable && (uncompressed != info.uncompressedSize || compressed != info.compressedSize));
 }
 
 void Reader::checkLayout(stream::random::Input& input) {
@@ -510,9 +543,86 @@ void Reader::checkLayout(stream::random::Input& input) {
     }
 }
 
+namespace {
+
+const std::string macFolder = "__MACOSX";
+
+}  // namespace
+
+void Reader::pairMacMetadata(stream::random::Input& input, bool read) {
+    mac_ = MacMetadata();
+    if (reader.keepAppleDoubleEntries()) return;
+    // First the AppleDouble entries, then the items they belong to, so that
+    // the order of the directory does not matter. An archive without any
+    // costs one look at each name.
+    FileInfo info;
+    for (int pass = 0; pass < 2; ++pass) {
+        input.seek(directoryOffset);
+        for (uint64_t i = 0; i < entries_; ++i) {
+            const uint64_t at = input.tell();
+            centralHeader_.read(input, false);
+            if (!centralHeader_.valid()) throw BadFormat("invalid central header in zip reader");
+            if (pass == 0 && centralHeader_.name().find(macFolder) == std::string::npos) continue;
+            info = FileInfo();
+            info.index = i;
+            const uint64_t next = input.tell();
+            describeCentral(info);
+            input.seek(next);
+            const std::string key = MacMetadata::key(info.local, info.separates);
+            const std::string owner = info.folder ? std::string() : MacMetadata::ownerKey(key);
+            if (pass == 0 && !owner.empty())
+                mac_.addAppleDouble(owner, i, at);
+            else if (pass == 1 && !MacMetadata::inMacFolder(key))
+                mac_.addItem(key, info.folder);
+        }
+        if (mac_.empty()) return;
+    }
+    if (!read) return;
+
+    // Each file's metadata is read once before anything is written, so that
+    // what cannot be read stays a file of its own wherever it lies.
+    const uint64_t done = bytesDone;
+    for (MacMetadata::Partner* partner : mac_.filePartners()) {
+        input.seek(partner->central);
+        centralHeader_.read(input, false);
+        info = FileInfo();
+        info.index = partner->index;
+        describeCentral(info);
+        AppleDoubleProbe probe(info.uncompressedSize);
+        try {
+            findLocal(input, info);
+            if (info.unsupported || info.localDisagrees) throw BadData(invalidData);
+            unzipFileData(input, probe, info);
+        } catch (const tuckett5::exception::Evacuation&) {
+            throw;
+        } catch (const un::exception&) {
+            partner->read = true;
+            continue;
+        }
+        probe.finish(*partner);
+    }
+    bytesDone = done;
+}
+
+bool Reader::absorbedByMac(const FileInfo& info, std::string* warning) const {
+    if (reader.keepAppleDoubleEntries() || info.local.find(macFolder) == std::string::npos) return false;
+    const std::string key = MacMetadata::key(info.local, info.separates);
+    if (!MacMetadata::inMacFolder(key)) return false;
+    // The folder itself is never made.
+    if (info.folder) return true;
+    const std::string owner = MacMetadata::ownerKey(key);
+    if (owner.empty()) return false;
+    if (mac_.absorbed(owner, info.index)) return true;
+    if (warning)
+        *warning = mac_.unreadable(owner, info.index) ? "Macintosh metadata that cannot be read is kept as a file"
+                                                      : "Macintosh metadata without its file is kept as a file";
+    return false;
+}
+
 void Reader::unzipAll(stream::random::Input& input) {
     bytesDone = 0;
     checkLayout(input);
+    pairMacMetadata(input, true);
     // The directory is read once more, entry by entry, so that memory stays
     // the same however many entries it holds.
     uint64_t at = directoryOffset;
@@ -525,14 +635,37 @@ void Reader::unzipAll(stream::random::Input& input) {
         info.index = i;
         describeCentral(info);
         findLocal(input, info);
-        if (info.folder)
+        std::string warning;
+        if (absorbedByMac(info, &warning)) continue;
+        if (!warning.empty()) reader.itemWarnings.push_back({info.local, "", "", warning});
+        if (info.localNameDiffers)
+            reader.itemWarnings.push_back(
+                {info.local, "", "", "the local header names this entry otherwise; the directory's name is used"});
+        if (info.folder) {
             unzipFolder(info);
-        else
-            unzipFile(input, info);
+        } else {
+            // A link has no fork to take.
+            MacMetadata::Partner* mac =
+                mac_.empty() || info.link ? nullptr : mac_.partnerOf(MacMetadata::key(info.local, info.separates));
+            unzipFile(input, info, mac);
+        }
     }
 }
 
-void Reader::unzipFile(stream::random::Input& input, const FileInfo& info) {
+void Reader::unzipFork(stream::random::Input& input, const MacMetadata::Partner& mac) {
+    const uint64_t done = bytesDone;
+    input.seek(mac.central);
+    centralHeader_.read(input, false);
+    FileInfo info;
+    info.index = mac.index;
+    describeCentral(info);
+    findLocal(input, info);
+    ForkWindow window(resourceFork(), mac.forkOffset, mac.forkLength);
+    unzipFileData(input, window, info);
+    bytesDone = done;
+}
+
+void Reader::unzipFile(stream::random::Input& input, const FileInfo& info, const MacMetadata::Partner* mac) {
     Entry entry;
     // A link made on Unix holds its target as its data.
     if (info.link) entry.kind = Entry::Kind::link;
@@ -550,6 +683,13 @@ void Reader::unzipFile(stream::random::Input& input, const FileInfo& info) {
     entry.method = methodName(info.method);
     entry.crc(info.crc);
     entry.invalidData = invalidData;
+    if (mac) {
+        // The file keeps its own name: its fork goes where the options place
+        // forks, and into MacBinary only when they ask for it.
+        entry.resourceSize(mac->forkLength);
+        if (mac->hasFinderInfo) entry.finderInfo(mac->finderInfo);
+        entry.macBinaryDefault(false);
+    }
     if (info.renamed)
         reader.itemWarnings.push_back({info.local, "", "", "an entry whose stored name has no place is written as"});
     expandFile(entry, [&] {
@@ -562,7 +702,12 @@ void Reader::unzipFile(stream::random::Input& input, const FileInfo& info) {
                         std::to_string(info.version % 10) + " are not supported");
             throw UnsupportedMethod("unsupported compression method in zip reader");
         }
+        if (info.localDisagrees) {
+            explain("the local header disagrees with the directory about its size or CRC");
+            throw BadData(localMismatch);
+        }
         unzipFileData(input, dataFork(), info);
+        if (mac && mac->forkLength != 0) unzipFork(input, *mac);
     });
 }
 

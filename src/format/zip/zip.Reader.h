@@ -9,6 +9,7 @@
 #include "format/zip/zip.CentralHeader.h"
 #include "format/zip/zip.EndHeader.h"
 #include "format/zip/zip.LocalHeader.h"
+#include "format/zip/zip.MacMetadata.h"
 
 namespace stream {
 class Input;
@@ -48,6 +49,10 @@ struct FileInfo {
     bool renamed = false;
     // A version or method that this reader cannot expand.
     bool unsupported = false;
+    // The local header states another CRC or size than the directory, or
+    // another name.
+    bool localDisagrees = false;
+    bool localNameDiffers = false;
 };
 
 // Lists a Zip archive from its central directory and expands it. Data in
@@ -86,7 +91,16 @@ private:
     void findDirectory(stream::random::Input& input);
     void decodeAll(stream::random::Input& input);
     void unzipAll(stream::random::Input& input);
-    void unzipFile(stream::random::Input& input, const FileInfo& info);
+    // Pairs the AppleDouble entries of the "__MACOSX" folder with the items
+    // they belong to; with `read`, reads each one that belongs to a file.
+    void pairMacMetadata(stream::random::Input& input, bool read);
+    // Whether the entry is Macintosh metadata that goes into another item
+    // (or nowhere), and is no item of its own; notes the reason to warn
+    // about metadata that is kept as a file.
+    bool absorbedByMac(const FileInfo& info, std::string* warning = nullptr) const;
+    void unzipFile(stream::random::Input& input, const FileInfo& info, const MacMetadata::Partner* mac);
+    // Writes the resource fork that the AppleDouble entry holds.
+    void unzipFork(stream::random::Input& input, const MacMetadata::Partner& mac);
     void unzipFolder(const FileInfo& info);
     void unzipFileData(stream::random::Input& input, stream::Output& output, const FileInfo& info);
     format::zip::CentralHeader centralHeader_;
@@ -98,6 +112,7 @@ private:
     uint64_t storedDirectoryOffset_ = 0;
     // Where the records behind the central directory begin.
     uint64_t directoryEnd_ = 0;
+    MacMetadata mac_;
 };
 
 }  // namespace engine5::zip

@@ -6,6 +6,8 @@
 #include "format/arc/arc.Classifier.h"
 #include "format/arj/arj.Classifier.h"
 #include "format/bin/bin.Classifier.h"
+#include "format/bin/bin.Reader.h"
+#include "format/bin/bin.Writer.h"
 #include "format/btoa/btoa.Classifier.h"
 #include "format/bz2/bz2.Classifier.h"
 #include "format/bz2/bz2.Reader.h"
@@ -19,6 +21,8 @@
 #include "format/gz/gz.Reader.h"
 #include "format/ha/ha.Classifier.h"
 #include "format/hqx/hqx.Classifier.h"
+#include "format/hqx/hqx.Reader.h"
+#include "format/hqx/hqx.Writer.h"
 #include "format/lha/lha.Classifier.h"
 #include "format/mime/mime.Classifier.h"
 #include "format/pack/pack.Classifier.h"
@@ -72,7 +76,7 @@ const std::vector<FormatDescriptor>& formats() {
     static const std::vector<FormatDescriptor> all = {
         {n::arc, ".arc", container, classifier<format::arc::Classifier>, nullptr, nullptr},
         {n::arj, ".arj", container, classifier<format::arj::Classifier>, nullptr, nullptr},
-        {n::bin, ".bin", stream, classifier<format::bin::Classifier>, nullptr, nullptr},
+        {n::bin, ".bin", stream, classifier<format::bin::Classifier>, reader<bin::Reader>, writer<bin::Writer>},
         {n::btoa, ".btoa", stream, classifier<format::btoa::Classifier>, nullptr, nullptr},
         {n::bz2, ".bz2", stream, classifier<format::bz2::Classifier>, reader<bz2::Reader>, nullptr},
         {n::compact, ".C", stream, classifier<format::compact::Classifier>, nullptr, nullptr},
@@ -82,7 +86,7 @@ const std::vector<FormatDescriptor>& formats() {
         {n::freeze, ".F", stream, classifier<format::freeze::Classifier>, nullptr, nullptr},
         {n::gz, ".gz", stream, classifier<format::gz::Classifier>, reader<gz::Reader>, nullptr},
         {n::ha, ".ha", container, classifier<format::ha::Classifier>, nullptr, nullptr},
-        {n::hqx, ".hqx", stream, classifier<format::hqx::Classifier>, nullptr, nullptr},
+        {n::hqx, ".hqx", stream, classifier<format::hqx::Classifier>, reader<hqx::Reader>, writer<hqx::Writer>},
         {n::lha, ".lzh", container, classifier<format::lha::Classifier>, nullptr, nullptr},
         {n::mime, ".eml", container, classifier<format::mime::Classifier>, nullptr, nullptr},
         {n::pack, ".z", stream, classifier<format::pack::Classifier>, nullptr, nullptr},

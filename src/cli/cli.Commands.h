@@ -25,6 +25,7 @@ struct Arguments {
     int level = -1;      // zip's level: 0 stores, 1 to 9 Deflate, 12 the strongest; -1 is 6
     int bits = -1;       // compress's widest code; -1 lets the format choose
     bool oneLayer = false;  // expand and list stop at a compressed stream's own data
+    std::string encoding;   // encode's format, by its short name (bin, hqx, uu)
 };
 
 int expand(const Arguments& arguments);
@@ -33,6 +34,7 @@ int identify(const Arguments& arguments);
 int tuck(const Arguments& arguments);
 int zip(const Arguments& arguments);
 int compress(const Arguments& arguments);
+int encode(const Arguments& arguments);
 
 // Prints "cratewerk: <message>" on standard error.
 void complain(const std::string& message);

@@ -29,6 +29,13 @@ MacFileReader::MacFileReader(uint32_t position, tuckett5::Reader& reader)
 
 MacFileReader::~MacFileReader() = default;
 
+bool MacFileReader::meaningful(const format::data::FileInfo& finder) {
+    const format::data::OSType unknown;
+    const auto known = [&](const format::data::OSType& type) { return type != unknown && type.value() != 0; };
+    return known(finder.type()) || known(finder.creator()) || finder.flags() != 0 || finder.location().v() != 0 ||
+           finder.location().h() != 0;
+}
+
 stream::Output& MacFileReader::forkOutput(bool resource) {
     if (!writing_) return *nowhere_;
     return resource ? resourceFork() : dataFork();

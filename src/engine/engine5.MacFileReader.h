@@ -36,6 +36,10 @@ protected:
     // Where a fork goes: the extraction path's outputs while a file is
     // expanded, nowhere while the archive is scanned or a file passed over.
     stream::Output& forkOutput(bool resource);
+    // Whether Finder information says anything: a file written on a system
+    // without it has no type and creator ("????" or zeros), no flags and no
+    // place, and gets no Finder information on disk either.
+    static bool meaningful(const format::data::FileInfo& finder);
     // Whether the forks go anywhere, or are only passed over.
     bool writing() const { return writing_; }
 

@@ -85,7 +85,7 @@ bool Reader::next(stream::random::Input& archive, Entry& entry) {
     location.v(header.vertical);
     location.h(header.horizontal);
     finder.location(location);
-    entry.finderInfo(finder);
+    if (meaningful(finder)) entry.finderInfo(finder);
     entry.text = header.type == format::data::OSType("TEXT");
     if (header.modified != 0) entry.modificationTime(int64_t(header.modified) - macEpochOffset);
     if (header.created != 0) entry.creationTime(int64_t(header.created) - macEpochOffset);

@@ -95,7 +95,7 @@ bool Reader::next(stream::random::Input& archive, Entry& entry) {
     finder.type(header.type);
     finder.creator(header.creator);
     finder.flags(header.finderFlags);
-    entry.finderInfo(finder);
+    if (meaningful(finder)) entry.finderInfo(finder);
     entry.text = header.type == format::data::OSType("TEXT");
     entry.method = "BinHex";
     entry.macBinaryDefault(false);

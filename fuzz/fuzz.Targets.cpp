@@ -229,6 +229,8 @@ int expand(int format, const uint8_t* data, size_t size) {
 
 int tkt5(const uint8_t* data, size_t size) { return expand(format::number::tkt5, data, size); }
 int zip(const uint8_t* data, size_t size) { return expand(format::number::zip, data, size); }
+int bin(const uint8_t* data, size_t size) { return expand(format::number::bin, data, size); }
+int hqx(const uint8_t* data, size_t size) { return expand(format::number::hqx, data, size); }
 
 // Reads one record from the bytes, and writes back what was read: the
 // written form must be as long as the record says it is.
@@ -382,6 +384,8 @@ const std::vector<Entry>& targets() {
         {"tkt5records", tkt5records},
         {"ziprecords", ziprecords},
         {"classify", classify},
+        {"bin", bin},
+        {"hqx", hqx},
     };
     return all;
 }

@@ -35,8 +35,8 @@ std::string quote(const std::string& s) {
 
 Outcome run(const std::string& program, const std::string& arguments) {
     TempDir dir;
-    const std::string command = quote(program) + " " + arguments + " </dev/null >" + quote(dir / "out") + " 2>" +
-                                quote(dir / "err");
+    const std::string command =
+        quote(program) + " " + arguments + " </dev/null >" + quote(dir / "out") + " 2>" + quote(dir / "err");
     const int raw = std::system(command.c_str());
     return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(dir / "out"), readFile(dir / "err")};
 }

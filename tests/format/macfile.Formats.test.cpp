@@ -158,8 +158,8 @@ TEST_F(MacFiles, BinHexOfAKnownFileIsTheHandMadeText) {
     const std::string made = test::Scratch::read(encode(format::number::hqx, {hi}, 1));
     EXPECT_EQ(made, std::string("(This file must be converted with BinHex 4.0)\n") + kHiText + "\n");
 
-    const std::string path = scratch.write("hi.hqx", std::string("(This file must be converted with BinHex 4.0)\r\n") +
-                                                         kHiText + "\r\n");
+    const std::string path =
+        scratch.write("hi.hqx", std::string("(This file must be converted with BinHex 4.0)\r\n") + kHiText + "\r\n");
     ASSERT_EQ(expand(path), "");
     EXPECT_EQ(format, format::number::hqx);
     EXPECT_EQ(result("Hi").data, "Hi\r");
@@ -176,17 +176,17 @@ std::string handMadeMacBinary() {
     h[1] = 2;  // name length, then the name
     h[2] = 'H';
     h[3] = 'i';
-    h.replace(65, 8, "TEXTttxt");  // type and creator
-    h[73] = 0x01;                  // Finder flags, high byte: 0x0100
-    h[75] = 0x00, h[76] = 0x03;    // vertical position 3
+    h.replace(65, 8, "TEXTttxt");    // type and creator
+    h[73] = 0x01;                    // Finder flags, high byte: 0x0100
+    h[75] = 0x00, h[76] = 0x03;      // vertical position 3
     h[77] = '\xFF', h[78] = '\xFC';  // horizontal position -4
     h[86] = 3;                       // data fork length 00 00 00 03 at 83
     h[90] = 4;                       // resource fork length 00 00 00 04 at 87
     // Created and modified at 91 and 95: 0xB6757900 seconds after 1904 is
     // 1 January 2001, 00:00 UTC, 978307200 seconds after 1970.
     for (int at : {91, 95}) h.replace(at, 4, "\xB6\x75\x79\x00", 4);
-    h[100] = 3;     // comment length 00 03 at 99
-    h[121] = 5;     // secondary header length 00 05 at 120
+    h[100] = 3;       // comment length 00 03 at 99
+    h[121] = 5;       // secondary header length 00 05 at 120
     h[122] = '\x81';  // written by MacBinary II (129)
     h[123] = '\x81';  // readable by II
     algorithm::crc::MacBinaryCRC crc;

@@ -1,6 +1,12 @@
 #include "engine/engine5.MacFileReader.h"
 
+#include <algorithm>
+
+#include "algorithm/unicode.MacRoman.h"
+#include "engine/t5.Exception.h"
 #include "engine/t5.Reader.h"
+#include "io/io.Path.h"
+#include "io/io.SafePath.h"
 #include "stream/stream.Input.h"
 #include "stream/stream.Output.h"
 
@@ -29,6 +35,19 @@ MacFileReader::MacFileReader(uint32_t position, tuckett5::Reader& reader)
 
 MacFileReader::~MacFileReader() = default;
 
+void MacFileReader::name(Entry& entry, std::string stored) const {
+    stored = stored.substr(0, stored.find('\0'));
+    std::replace(stored.begin(), stored.end(), '/', ':');
+    entry.backslashSeparates = false;
+    entry.unicodeName = algorithm::unicode::MacRoman::decode(stored);
+    entry.name = algorithm::unicode::MacRoman::toLocal(stored);
+    if (io::safeComponents(entry.name).empty()) {
+        entry.unicodeName = tuckett5::UnicodeName();
+        entry.name = io::PathSplitter(reader.archiveInfo.path).name();
+        if (io::safeComponents(entry.name).empty()) entry.name = "Untitled";
+    }
+}
+
 bool MacFileReader::meaningful(const format::data::FileInfo& finder) {
     const format::data::OSType unknown;
     const auto known = [&](const format::data::OSType& type) { return type != unknown && type.value() != 0; };
@@ -53,7 +72,11 @@ void MacFileReader::scan(stream::random::Input& archive, io::random::File&) {
         reader.fireProgressScanStep();
         describe(entry);
         reader.fireFileInfo();
-        forks(archive);
+        // A damaged fork is the expansion's to report, for that file alone.
+        try {
+            forks(archive);
+        } catch (const tuckett5::exception::BadData&) {
+        }
         total += entry.dataSize() + entry.resourceSize();
         info.rootName = info.fileCount == 0 ? entry.name : std::string();
         ++info.fileCount;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "engine/engine5.FormatReader.h"
 
@@ -36,6 +37,10 @@ protected:
     // Where a fork goes: the extraction path's outputs while a file is
     // expanded, nowhere while the archive is scanned or a file passed over.
     stream::Output& forkOutput(bool resource);
+    // Names the entry by a stored Macintosh name (Mac OS Roman, up to a NUL).
+    // A "/" in it is part of the name and comes out as ":"; a name that
+    // leaves nothing to place takes the archive's name instead.
+    void name(Entry& entry, std::string stored) const;
     // Whether Finder information says anything: a file written on a system
     // without it has no type and creator ("????" or zeros), no flags and no
     // place, and gets no Finder information on disk either.

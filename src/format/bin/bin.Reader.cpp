@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "algorithm/unicode.MacRoman.h"
 #include "engine/t5.Exception.h"
 #include "engine/t5.Reader.h"
 #include "format/bin/bin.Header.h"
@@ -68,12 +67,7 @@ bool Reader::next(stream::random::Input& archive, Entry& entry) {
     if (end > size) throw BadFormat("MacBinary fork lengths run past the end of the file");
     at_ = resourceStart_ + padded(resourceLength_) + padded(header.commentLength);
 
-    // A Macintosh name may hold "/" and "\": neither separates folders here.
-    std::string name = header.name.substr(0, header.name.find('\0'));
-    std::replace(name.begin(), name.end(), '/', ':');
-    entry.unicodeName = algorithm::unicode::MacRoman::decode(name);
-    entry.name = algorithm::unicode::MacRoman::toLocal(name);
-    entry.backslashSeparates = false;
+    name(entry, header.name);
     entry.dataSize(dataLength_);
     entry.resourceSize(resourceLength_);
     entry.compressedSize(padded(dataLength_) + padded(resourceLength_) + block);

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "algorithm/algorithm.Exception.h"
-#include "algorithm/unicode.MacRoman.h"
 #include "engine/t5.Exception.h"
 #include "engine/t5.Reader.h"
 #include "format/format.Exception.h"
@@ -84,11 +83,7 @@ bool Reader::next(stream::random::Input& archive, Entry& entry) {
     dataLength_ = header.dataLength;
     resourceLength_ = header.resourceLength;
 
-    std::string name = header.name.substr(0, header.name.find('\0'));
-    std::replace(name.begin(), name.end(), '/', ':');
-    entry.unicodeName = algorithm::unicode::MacRoman::decode(name);
-    entry.name = algorithm::unicode::MacRoman::toLocal(name);
-    entry.backslashSeparates = false;
+    name(entry, header.name);
     entry.dataSize(dataLength_);
     entry.resourceSize(resourceLength_);
     format::data::FileInfo finder;

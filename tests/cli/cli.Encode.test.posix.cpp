@@ -3,42 +3,26 @@
 // plug-in under the host emulator.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 
 #include "engine/engine5.Registry.h"
 #include "format/format.Number.h"
+#include "interop/interop.Shell.h"
 #include "io/io.ntfs.Rsrc.h"
 #include "plugin/plugin.Support.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using interop::quote;
 using plugintest::readFile;
 using plugintest::TempDir;
 using plugintest::writeFile;
 
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-std::string quote(const std::string& s) {
-    std::string q = "'";
-    for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return q + "'";
-}
-
-Outcome run(const std::string& program, const std::string& arguments) {
-    TempDir dir;
-    const std::string command =
-        quote(program) + " " + arguments + " </dev/null >" + quote(dir / "out") + " 2>" + quote(dir / "err");
-    const int raw = std::system(command.c_str());
-    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(dir / "out"), readFile(dir / "err")};
+interop::Ran run(const std::string& program, const std::string& arguments) {
+    TempDir at;
+    return interop::run(quote(program) + " " + arguments, at.path());
 }
 
 std::string fork(const std::string& path) {
@@ -84,13 +68,13 @@ protected:
 TEST_F(Encode, BothEncodingsExpandThroughTheToolAndThePlugIn) {
     for (const char* as : {"bin", "hqx"}) {
         const std::string made = dir / (std::string("both.") + as);
-        Outcome encoded = run(CRATEWERK_PROGRAM, std::string("encode -q --as ") + as + " " + quote(letter) + " " +
-                                                     quote(dir / "plain.txt") + " -o " + quote(made));
+        interop::Ran encoded = run(CRATEWERK_PROGRAM, std::string("encode -q --as ") + as + " " + quote(letter) + " " +
+                                                          quote(dir / "plain.txt") + " -o " + quote(made));
         ASSERT_EQ(encoded.status, 0) << encoded.err;
         EXPECT_EQ(encoded.out, made + "\n");
 
         const std::string tool = dir / (std::string("tool-") + as);
-        Outcome expanded = run(CRATEWERK_PROGRAM, "expand -q " + quote(made) + " " + quote(tool));
+        interop::Ran expanded = run(CRATEWERK_PROGRAM, "expand -q " + quote(made) + " " + quote(tool));
         ASSERT_EQ(expanded.status, 0) << expanded.err;
         expectLetter(tool + "/Letter");
         EXPECT_EQ(readFile(tool + "/plain.txt"), "just data\n");
@@ -98,7 +82,7 @@ TEST_F(Encode, BothEncodingsExpandThroughTheToolAndThePlugIn) {
 
         const std::string host = dir / (std::string("host-") + as);
         fs::create_directories(host);
-        Outcome call =
+        interop::Ran call =
             run(FMHOST_PROGRAM, quote(CRATEWERK_PLUGIN_LIBRARY) + " CRwrk-Expand " + quote(made + "|" + host));
         EXPECT_EQ(call.status, 0) << call.err << call.out;
         expectLetter(host + "/Letter");
@@ -109,23 +93,23 @@ TEST_F(Encode, BothEncodingsExpandThroughTheToolAndThePlugIn) {
 
 TEST_F(Encode, NothingIsReplacedAndFailuresLeaveNothing) {
     writeFile(dir / "Letter.hqx", "mine");
-    Outcome first = run(CRATEWERK_PROGRAM, "encode -q --as hqx " + quote(letter));
+    interop::Ran first = run(CRATEWERK_PROGRAM, "encode -q --as hqx " + quote(letter));
     ASSERT_EQ(first.status, 0) << first.err;
     EXPECT_EQ(first.out, dir / "Letter_1.hqx" + "\n");
     EXPECT_EQ(readFile(dir / "Letter.hqx"), "mine");
 
     fs::create_directories(dir / "folder");
-    Outcome folder = run(CRATEWERK_PROGRAM, "encode -q --as bin " + quote(dir / "folder"));
+    interop::Ran folder = run(CRATEWERK_PROGRAM, "encode -q --as bin " + quote(dir / "folder"));
     EXPECT_EQ(folder.status, 1);
     EXPECT_EQ(folder.err, "cratewerk: cannot encode " + dir / "folder" + ": it is a folder\n");
-    Outcome missing = run(CRATEWERK_PROGRAM, "encode -q --as bin " + quote(dir / "nothing"));
+    interop::Ran missing = run(CRATEWERK_PROGRAM, "encode -q --as bin " + quote(dir / "nothing"));
     EXPECT_EQ(missing.status, 1);
-    Outcome usage = run(CRATEWERK_PROGRAM, "encode --as zip " + quote(letter));
+    interop::Ran usage = run(CRATEWERK_PROGRAM, "encode --as zip " + quote(letter));
     EXPECT_EQ(usage.status, 2);
     EXPECT_NE(usage.err.find("encode needs --as bin, hqx or uu"), std::string::npos);
 
     // uuencode is written once its writer is registered; until then the tool says so.
-    Outcome uu = run(CRATEWERK_PROGRAM, "encode -q --as uu " + quote(dir / "plain.txt"));
+    interop::Ran uu = run(CRATEWERK_PROGRAM, "encode -q --as uu " + quote(dir / "plain.txt"));
     if (engine5::findFormat(format::number::uu)->makeWriter == nullptr) {
         EXPECT_EQ(uu.status, 1);
         EXPECT_EQ(uu.err, "cratewerk: this build cannot encode as uu\n");

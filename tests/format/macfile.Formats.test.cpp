@@ -146,11 +146,6 @@ std::string pattern(size_t size, uint32_t seed) {
 const char kHiText[] = ":!NKT!&4&@&4dG(Kd!3#3\"!-!N!4LPdKT$G36!!!:";
 
 TEST_F(MacFiles, BinHexOfAKnownFileIsTheHandMadeText) {
-    // The check itself: the standard value of CRC-16/XMODEM over "123456789".
-    algorithm::crc::MacBinaryCRC crc;
-    crc.update("123456789", 9);
-    EXPECT_EQ(crc.value(), 0x31C3);
-
     MacFile hi{"Hi", "Hi\r", ""};
     const std::string made = test::Scratch::read(encode(format::number::hqx, {hi}, 1));
     EXPECT_EQ(made, std::string("(This file must be converted with BinHex 4.0)\n") + kHiText + "\n");
@@ -163,6 +158,15 @@ TEST_F(MacFiles, BinHexOfAKnownFileIsTheHandMadeText) {
     const FileInfo info = io::ntfs::Rsrc(out + "/Hi").fileInfo();
     EXPECT_EQ(info.type(), OSType("TEXT"));
     EXPECT_EQ(info.creator(), OSType("ttxt"));
+}
+
+// Puts the CRC of the first 124 bytes of a MacBinary header in place.
+std::string sealed(std::string bin) {
+    algorithm::crc::MacBinaryCRC crc;
+    crc.update(bin.data(), 124);
+    bin[124] = static_cast<char>(crc.value() >> 8);
+    bin[125] = static_cast<char>(crc.value() & 0xFF);
+    return bin;
 }
 
 // A MacBinary II file written byte by byte: a secondary header of 5 bytes
@@ -186,11 +190,7 @@ std::string handMadeMacBinary() {
     h[121] = 5;       // secondary header length 00 05 at 120
     h[122] = '\x81';  // written by MacBinary II (129)
     h[123] = '\x81';  // readable by II
-    algorithm::crc::MacBinaryCRC crc;
-    crc.update(h.data(), 124);
-    h[124] = static_cast<char>(crc.value() >> 8);
-    h[125] = static_cast<char>(crc.value() & 0xFF);
-    std::string file = h + std::string("12345") + std::string(123, '\0');
+    std::string file = sealed(h) + std::string("12345") + std::string(123, '\0');
     file += std::string("Hi\r") + std::string(125, '\0');
     file += std::string("RSRC") + std::string(124, '\0');
     file += "com" + std::string(125, '\0');
@@ -329,11 +329,7 @@ TEST_F(MacFiles, LyingLengthsAndTraversalNamesStayHarmless) {
     // MacBinary forks that run past the end of the file.
     std::string lying = handMadeMacBinary();
     lying[84] = 0x10;  // a data fork of 0x100003 bytes
-    algorithm::crc::MacBinaryCRC crc;
-    crc.update(lying.data(), 124);
-    lying[124] = static_cast<char>(crc.value() >> 8);
-    lying[125] = static_cast<char>(crc.value() & 0xFF);
-    EXPECT_EQ(expand(scratch.write("lying.bin", lying)), "MacBinary fork lengths run past the end of the file");
+    EXPECT_EQ(expand(scratch.write("lying.bin", sealed(lying))), "MacBinary fork lengths run past the end of the file");
 
     // A BinHex data fork longer than the data that follows.
     const std::string text = test::Scratch::read(encode(format::number::hqx, {{"x", std::string(100, 'q'), ""}}, 1));
@@ -346,10 +342,7 @@ TEST_F(MacFiles, LyingLengthsAndTraversalNamesStayHarmless) {
     std::string bin = handMadeMacBinary();
     bin[1] = static_cast<char>(evil.size());
     bin.replace(2, evil.size(), evil);
-    crc.begin();
-    crc.update(bin.data(), 124);
-    bin[124] = static_cast<char>(crc.value() >> 8);
-    bin[125] = static_cast<char>(crc.value() & 0xFF);
+    bin = sealed(bin);
     std::vector<char> hqx;
     {
         stream::VectorOutput text(hqx);
@@ -366,7 +359,9 @@ TEST_F(MacFiles, LyingLengthsAndTraversalNamesStayHarmless) {
         }
         coded.finish();
     }
-    for (const std::string& bytes : {bin, ":" + std::string(hqx.begin(), hqx.end())}) {
+    std::string binHex(1, ':');
+    binHex.append(hqx.begin(), hqx.end());
+    for (const std::string& bytes : {bin, binHex}) {
         ASSERT_EQ(expand(scratch.write("evil", bytes)), "");
         // The file (and its AppleDouble file) right inside the folder.
         for (const auto& item : std::filesystem::directory_iterator(out)) {

@@ -22,9 +22,19 @@ void Check::update(const char* data, uint32_t size) {
     for (uint32_t i = 0; i < size; ++i) update(static_cast<unsigned char>(data[i]));
 }
 
+int DecodingInput::character() {
+    if (at_ == filled_) {
+        filled_ = text_.read(buffer_.data(), bufferSize);
+        at_ = 0;
+        if (filled_ == 0) return -1;
+    }
+    ++consumed_;
+    return static_cast<unsigned char>(buffer_[at_++]);
+}
+
 int DecodingInput::sixBits() {
     for (;;) {
-        const int c = text_.read();
+        const int c = character();
         if (c < 0) throw Exception("BinHex text ends before its closing colon", "algorithm::hqx");
         if (c == '\r' || c == '\n' || c == ' ' || c == '\t') continue;
         if (c == ':') {
@@ -90,7 +100,7 @@ uint32_t DecodingInput::read(char* buffer, uint32_t count) {
 
 void DecodingInput::skipToEnd() {
     while (!finished_) {
-        const int c = text_.read();
+        const int c = character();
         if (c < 0 || c == ':') finished_ = true;
     }
     repeat_ = 0;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "stream/stream.Input.h"
 #include "stream/stream.Output.h"
@@ -30,7 +31,7 @@ private:
 // throw algorithm::Exception.
 class DecodingInput : public stream::Input {
 public:
-    explicit DecodingInput(stream::Input& text) : text_(text) {}
+    explicit DecodingInput(stream::Input& text) : text_(text), buffer_(bufferSize) {}
 
     int read() override;
     uint32_t read(char* buffer, uint32_t count) override;
@@ -42,13 +43,23 @@ public:
     bool finished() const { return finished_; }
     // Reads the text up to the closing colon (or its end) without decoding.
     void skipToEnd();
+    // The characters of text taken up to here, the closing colon included;
+    // the text is read ahead in blocks, so the text stream itself may stand
+    // further on.
+    uint64_t consumed() const { return consumed_; }
 
 private:
     int next();
     int coded();
     int sixBits();
+    int character();
 
+    static constexpr uint32_t bufferSize = 65536;
     stream::Input& text_;
+    std::vector<char> buffer_;
+    uint32_t at_ = 0;
+    uint32_t filled_ = 0;
+    uint64_t consumed_ = 0;
     uint32_t bits_ = 0;
     int bitCount_ = 0;
     int last_ = -1;

@@ -69,9 +69,13 @@ bool Reader::next(stream::random::Input& archive, Entry& entry) {
         if (!findColon(archive)) throw BadFormat("BinHex data not found");
     } else {
         // The rest of a block that failed half way is of no use.
-        if (data_ && !data_->finished()) data_->skipToEnd();
+        if (data_) {
+            data_->skipToEnd();
+            archive.seek(blockStart_ + data_->consumed());
+        }
         if (!findMarker(archive) || !findColon(archive)) return false;
     }
+    blockStart_ = archive.tell();
     data_ = std::make_unique<algorithm::hqx::DecodingInput>(archive);
     format::hqx::Header header;
     try {
@@ -116,6 +120,12 @@ void Reader::fork(stream::Output& out, uint32_t length, const char* which) {
 }
 
 void Reader::forks(stream::random::Input&) {
+    // Forks that go nowhere are not decoded: the next block starts after the
+    // closing colon, and their checks are the expansion's to make.
+    if (!writing()) {
+        data_->skipToEnd();
+        return;
+    }
     try {
         fork(forkOutput(false), dataLength_, "data");
         fork(forkOutput(true), resourceLength_, "resource");

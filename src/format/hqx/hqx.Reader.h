@@ -32,6 +32,8 @@ private:
     void fork(stream::Output& out, uint32_t length, const char* which);
 
     std::unique_ptr<algorithm::hqx::DecodingInput> data_;
+    // Where the text of the block in hand starts.
+    uint64_t blockStart_ = 0;
     uint32_t dataLength_ = 0;
     uint32_t resourceLength_ = 0;
     bool first_ = true;

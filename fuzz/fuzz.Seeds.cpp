@@ -148,6 +148,14 @@ int main(int argc, char** argv) {
         seed("arsenic", test::tkt5::compress(plain, test::tkt5::arsenic, false));
     }
 
+    // MacBinary and BinHex files of the test data.
+    if (fs::is_directory(data / "macfile"))
+        for (const auto& entry : fs::directory_iterator(data / "macfile")) {
+            const std::string bytes = slurp(entry.path());
+            seed(entry.path().extension() == ".bin" ? "bin" : "hqx", bytes + '\0');
+            seed("classify", bytes);
+        }
+
     // The archives of the test data, and the streams inside the Zip archives.
     for (const char* folder : {"zip", "classify", "cli"}) {
         if (!fs::is_directory(data / folder)) continue;

@@ -294,6 +294,8 @@ int arc(const uint8_t* data, size_t size) { return expand(format::number::arc, d
 int lha(const uint8_t* data, size_t size) { return expand(format::number::lha, data, size); }
 int rar(const uint8_t* data, size_t size) { return expand(format::number::rar, data, size); }
 int arj(const uint8_t* data, size_t size) { return expand(format::number::arj, data, size); }
+int bin(const uint8_t* data, size_t size) { return expand(format::number::bin, data, size); }
+int hqx(const uint8_t* data, size_t size) { return expand(format::number::hqx, data, size); }
 
 // Reads one record from the bytes, and writes back what was read: the
 // written form must be as long as the record says it is.
@@ -453,6 +455,8 @@ const std::vector<Entry>& targets() {
         {"rar", rar},
         {"arj", arj},
         {"arjmethods", arjmethods},
+        {"bin", bin},
+        {"hqx", hqx},
     };
     return all;
 }

@@ -36,7 +36,8 @@ struct Entry {
 };
 
 // Every target by its name: inflate, isp, arsenic, shrink, reduce, implode,
-// tkt5, zip, tkt5records, ziprecords, classify, arj, arjmethods.
+// tkt5, zip, tkt5records, ziprecords, classify, arcmethods, arc, lha, rar,
+// arj, arjmethods, bin, hqx.
 const std::vector<Entry>& targets();
 Target find(const std::string& name);
 

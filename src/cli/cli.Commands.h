@@ -26,6 +26,7 @@ struct Arguments {
     int bits = -1;       // compress's widest code; -1 lets the format choose
     bool oneLayer = false;  // expand and list stop at a compressed stream's own data
     bool keepMacOSX = false;  // expand and list keep a Mac-made Zip's "__MACOSX" entries as stored
+    std::string encoding;   // encode's format, by its short name (bin, hqx, uu)
 };
 
 int expand(const Arguments& arguments);
@@ -34,6 +35,7 @@ int identify(const Arguments& arguments);
 int tuck(const Arguments& arguments);
 int zip(const Arguments& arguments);
 int compress(const Arguments& arguments);
+int encode(const Arguments& arguments);
 
 // Prints "cratewerk: <message>" on standard error.
 void complain(const std::string& message);

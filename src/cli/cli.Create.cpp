@@ -1,4 +1,4 @@
-// The commands that create archives: tuck and zip.
+// The commands that create archives and encodings: tuck, zip, compress and encode.
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -9,6 +9,7 @@
 #include "cli/cli.Console.h"
 #include "cli/cli.TerminalUI.h"
 #include "engine/engine5.FormatWriter.h"
+#include "engine/engine5.Registry.h"
 #include "format/format.Number.h"
 #include "format/tkt5/tkt5.TypeInfo.h"
 #include "io/io.Path.h"
@@ -159,6 +160,25 @@ int compress(const Arguments& arguments) {
     TKTWriter writer(!arguments.quiet);
     writer.compression(arguments.bits);
     return create(arguments, writer, format::number::compress);
+}
+
+int encode(const Arguments& arguments) {
+    // The encoding's writer is the one the engine has registered under that name.
+    const engine5::FormatDescriptor* found = nullptr;
+    for (const engine5::FormatDescriptor& format : engine5::formats())
+        if (arguments.encoding == format.shortName()) found = &format;
+    if (found == nullptr || found->makeWriter == nullptr) {
+        complain("this build cannot encode as " + arguments.encoding);
+        return kFailure;
+    }
+    for (const std::string& operand : arguments.operands)
+        if (io::Path::directory(absolute(operand))) {
+            complain("cannot encode " + operand + ": it is a folder");
+            return kFailure;
+        }
+    TKTWriter writer(!arguments.quiet);
+    writer.textLineEnding(arguments.eol);
+    return create(arguments, writer, found->number);
 }
 
 }  // namespace cli

@@ -32,6 +32,7 @@ const char* const kMainHelp =
     "  tuck SOURCE... [-o ARCHIVE] create a tkt5 archive\n"
     "  zip SOURCE... [-o ARCHIVE]  create a Zip archive\n"
     "  compress FILE [-b BITS]     compress a file as compress(1) does, to FILE.Z\n"
+    "  encode --as bin|hqx|uu FILE... [-o OUT]  encode files as MacBinary, BinHex or uuencode\n"
     "  call FUNCTION 'P1|P2|P3'    run an external function as the host would\n"
     "  version                     print the version\n"
     "\n"
@@ -79,6 +80,22 @@ const std::map<std::string, const char*> kHelp = {
      "options:\n"
      "  -b BITS      the widest code, 9 to 16 (default 16)\n"
      "  -q, --quiet  no progress bar\n"},
+    {"encode",
+     "usage: cratewerk encode --as bin|hqx|uu [options] FILE... [-o OUT]\n"
+     "\n"
+     "Encodes the files FILE, one after another, into one file: MacBinary (bin),\n"
+     "BinHex 4.0 (hqx) or uuencode (uu). MacBinary and BinHex keep each file's\n"
+     "resource fork and Finder information, from its named streams (an\n"
+     "AppleDouble \"._\" file beside it on Linux and macOS). Without -o the result\n"
+     "is the first FILE with \".bin\", \".hqx\" or \".uu\" added. What exists is\n"
+     "never replaced: a name that is taken gets a number. The result is written\n"
+     "under a temporary name beside it and renamed at the end. Prints its path.\n"
+     "\n"
+     "options:\n"
+     "  --as bin|hqx|uu            the encoding (required)\n"
+     "  -o, --output OUT           the file to create\n"
+     "  --eol=lf|cr|crlf           line end of the text encodings (default lf)\n"
+     "  -q, --quiet                no progress bar\n"},
     {"identify",
      "usage: cratewerk identify FILE...\n"
      "\n"
@@ -239,6 +256,8 @@ int main(int argc, char** argv) {
     if (!kHelp.count(command)) return usageError("unknown command '" + command + "'", "");
 
     cli::Arguments arguments;
+    // Text written to a file here ends its lines as this system's tools do.
+    if (command == "encode") arguments.eol = 1;
     try {
         bool operandsOnly = false;
         for (int i = 2; i < argc; ++i) {
@@ -259,7 +278,8 @@ int main(int argc, char** argv) {
                 arguments.macBinary = choose(value, {{"never", 0}, {"always", 1}, {"auto", 2}}, "--macbinary");
             } else if (command == "expand" && optionValue(argc, argv, i, arg, "--text", value)) {
                 arguments.text = choose(value, {{"none", 0}, {"all", 1}, {"text", 2}}, "--text");
-            } else if (command == "expand" && optionValue(argc, argv, i, arg, "--eol", value)) {
+            } else if ((command == "expand" || command == "encode") &&
+                       optionValue(argc, argv, i, arg, "--eol", value)) {
                 arguments.eol = choose(value, {{"lf", 1}, {"cr", 2}, {"crlf", 3}}, "--eol");
             } else if (command == "zip" && arg.size() == 2 && arg[1] >= '0' && arg[1] <= '9') {
                 arguments.level = arg[1] - '0';
@@ -271,7 +291,9 @@ int main(int argc, char** argv) {
                                              optionValue(argc, argv, i, arg, "-p", value))) {
                 arguments.password = value;
                 arguments.havePassword = true;
-            } else if ((command == "tuck" || command == "zip") &&
+            } else if (command == "encode" && optionValue(argc, argv, i, arg, "--as", value)) {
+                arguments.encoding = value;
+            } else if ((command == "tuck" || command == "zip" || command == "encode") &&
                        (optionValue(argc, argv, i, arg, "--output", value) ||
                                              optionValue(argc, argv, i, arg, "-o", value))) {
                 arguments.output = value;
@@ -289,7 +311,7 @@ int main(int argc, char** argv) {
             } else if (command == "expand" && arg == "--replace") {
                 arguments.replace = true;
             } else if ((command == "expand" || command == "call" || command == "tuck" || command == "zip" ||
-                        command == "compress") &&
+                        command == "compress" || command == "encode") &&
                        (arg == "-q" || arg == "--quiet")) {
                 arguments.quiet = true;
             } else if (command == "list" && arg == "--json") {
@@ -329,6 +351,12 @@ int main(int argc, char** argv) {
     if (command == "compress") {
         if (arguments.operands.size() != 1) return usageError("compress needs one file", command);
         return cli::compress(arguments);
+    }
+    if (command == "encode") {
+        if (arguments.encoding != "bin" && arguments.encoding != "hqx" && arguments.encoding != "uu")
+            return usageError("encode needs --as bin, hqx or uu", command);
+        if (arguments.operands.empty()) return usageError("encode needs at least one file", command);
+        return cli::encode(arguments);
     }
     if (arguments.operands.empty()) return usageError("zip needs at least one source", command);
     return cli::zip(arguments);

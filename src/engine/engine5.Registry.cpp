@@ -8,6 +8,8 @@
 #include "format/arj/arj.Classifier.h"
 #include "format/arj/arj.Reader.h"
 #include "format/bin/bin.Classifier.h"
+#include "format/bin/bin.Reader.h"
+#include "format/bin/bin.Writer.h"
 #include "format/btoa/btoa.Classifier.h"
 #include "format/bz2/bz2.Classifier.h"
 #include "format/bz2/bz2.Reader.h"
@@ -21,6 +23,8 @@
 #include "format/gz/gz.Reader.h"
 #include "format/ha/ha.Classifier.h"
 #include "format/hqx/hqx.Classifier.h"
+#include "format/hqx/hqx.Reader.h"
+#include "format/hqx/hqx.Writer.h"
 #include "format/lha/lha.Classifier.h"
 #include "format/lha/lha.Reader.h"
 #include "format/mime/mime.Classifier.h"
@@ -76,7 +80,7 @@ const std::vector<FormatDescriptor>& formats() {
     static const std::vector<FormatDescriptor> all = {
         {n::arc, ".arc", container, classifier<format::arc::Classifier>, reader<arc::Reader>, nullptr},
         {n::arj, ".arj", container, classifier<format::arj::Classifier>, reader<arj::Reader>, nullptr},
-        {n::bin, ".bin", stream, classifier<format::bin::Classifier>, nullptr, nullptr},
+        {n::bin, ".bin", stream, classifier<format::bin::Classifier>, reader<bin::Reader>, writer<bin::Writer>},
         {n::btoa, ".btoa", stream, classifier<format::btoa::Classifier>, nullptr, nullptr},
         {n::bz2, ".bz2", stream, classifier<format::bz2::Classifier>, reader<bz2::Reader>, nullptr},
         {n::compact, ".C", stream, classifier<format::compact::Classifier>, nullptr, nullptr},
@@ -86,7 +90,7 @@ const std::vector<FormatDescriptor>& formats() {
         {n::freeze, ".F", stream, classifier<format::freeze::Classifier>, nullptr, nullptr},
         {n::gz, ".gz", stream, classifier<format::gz::Classifier>, reader<gz::Reader>, nullptr},
         {n::ha, ".ha", container, classifier<format::ha::Classifier>, nullptr, nullptr},
-        {n::hqx, ".hqx", stream, classifier<format::hqx::Classifier>, nullptr, nullptr},
+        {n::hqx, ".hqx", stream, classifier<format::hqx::Classifier>, reader<hqx::Reader>, writer<hqx::Writer>},
         {n::lha, ".lzh", container, classifier<format::lha::Classifier>, reader<lha::Reader>, nullptr},
         {n::mime, ".eml", container, classifier<format::mime::Classifier>, nullptr, nullptr},
         {n::pack, ".z", stream, classifier<format::pack::Classifier>, nullptr, nullptr},

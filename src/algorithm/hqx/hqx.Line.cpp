@@ -30,6 +30,11 @@ bool Line::isFirstBinHexLine(const char* text, uint32_t length) {
     if (at >= length) return false;
     uint32_t characters = at - 1;
     char end = text[at];
+    // Mail and editors may leave blanks at the end of a line.
+    uint32_t after = at;
+    while (after < length && (text[after] == ' ' || text[after] == '\t')) ++after;
+    if (after >= length) return false;
+    if (after != at && (text[after] == '\r' || text[after] == '\n')) end = text[after];
     if (end == '\r' || end == '\n') return characters + 1 == lineLength;
     if (end == ':') return characters >= minShortLine && characters < lineLength;
     return false;

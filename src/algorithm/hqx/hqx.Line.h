@@ -13,7 +13,8 @@ public:
 
     // The text starts a BinHex data block: a colon, then characters of the
     // alphabet up to a full line of 64 ended by CR or LF, or fewer of them
-    // closed by the final colon. `length` is what is there to look at; a line
+    // closed by the final colon; blanks may follow a full line before its
+    // end. `length` is what is there to look at; a line
     // that runs out before it ends is not accepted.
     static bool isFirstBinHexLine(const char* text, uint32_t length);
 

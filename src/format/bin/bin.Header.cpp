@@ -50,8 +50,9 @@ void Header::read(stream::Input& in, bool strict) {
     crcMatches_ = crcOf(bytes) == crc;
     bool versionOne = true;
     for (int i = 99; i < 126; ++i) versionOne = versionOne && bytes[i] == 0;
+    const uint32_t limit = crcMatches_ ? maxCheckedForkLength : maxForkLength;
     valid_ = version == 0 && zero74 == 0 && zero82 == 0 && nameLength >= 1 && nameLength <= 63 &&
-             dataLength <= maxForkLength && resourceLength <= maxForkLength && (crcMatches_ || versionOne);
+             dataLength <= limit && resourceLength <= limit && (crcMatches_ || versionOne);
     if (!valid_ && strict) throw Exception("bad CRC in format::bin::Header::read");
 }
 

@@ -16,8 +16,11 @@ class Header : public format::Header {
 public:
     static constexpr uint32_t min_size = 128;
     static uint32_t fixed_size() { return 128; }
-    // The largest fork MacBinary I readers accept, kept as the limit here too.
+    // The largest fork MacBinary I readers accept, kept as the limit for a
+    // header without a CRC; one whose CRC matches may hold forks up to
+    // maxCheckedForkLength.
     static constexpr uint32_t maxForkLength = 0x7FFFFF;
+    static constexpr uint32_t maxCheckedForkLength = 0x7FFFFFFF;
 
     uint8_t version = 0;
     std::string name;  // 1 to 63 bytes

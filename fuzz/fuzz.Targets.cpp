@@ -10,6 +10,7 @@
 #include "algorithm/arsenic/arsenic.Decompressor.h"
 #include "algorithm/deflate/deflate.Decompressor.h"
 #include "algorithm/isp/isp.Decompressor.h"
+#include "algorithm/lzw/lzw.Decompressor.h"
 #include "algorithm/zip/zip.ImplodeDecompressor.h"
 #include "algorithm/zip/zip.ReduceDecompressor.h"
 #include "algorithm/zip/zip.ShrinkDecompressor.h"
@@ -101,6 +102,11 @@ int isp(const uint8_t* data, size_t size) {
 
 int arsenic(const uint8_t* data, size_t size) {
     algorithm::arsenic::FastDecompressor decompressor;
+    return decode(decompressor, data, size);
+}
+
+int lzw(const uint8_t* data, size_t size) {
+    algorithm::lzw::Decompressor decompressor;
     return decode(decompressor, data, size);
 }
 
@@ -229,6 +235,10 @@ int expand(int format, const uint8_t* data, size_t size) {
 
 int tkt5(const uint8_t* data, size_t size) { return expand(format::number::tkt5, data, size); }
 int zip(const uint8_t* data, size_t size) { return expand(format::number::zip, data, size); }
+int gz(const uint8_t* data, size_t size) { return expand(format::number::gz, data, size); }
+int bz2(const uint8_t* data, size_t size) { return expand(format::number::bz2, data, size); }
+int compress(const uint8_t* data, size_t size) { return expand(format::number::compress, data, size); }
+int tar(const uint8_t* data, size_t size) { return expand(format::number::tar, data, size); }
 
 // Reads one record from the bytes, and writes back what was read: the
 // written form must be as long as the record says it is.
@@ -382,6 +392,11 @@ const std::vector<Entry>& targets() {
         {"tkt5records", tkt5records},
         {"ziprecords", ziprecords},
         {"classify", classify},
+        {"lzw", lzw},
+        {"gz", gz},
+        {"bz2", bz2},
+        {"compress", compress},
+        {"tar", tar},
     };
     return all;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,7 @@ struct Arguments {
     int level = -1;      // zip's level: 0 stores, 1 to 9 Deflate, 12 the strongest; -1 is 6
     int bits = -1;       // compress's widest code; -1 lets the format choose
     bool oneLayer = false;  // expand and list stop at a compressed stream's own data
+    int64_t maxRatio = -1;  // expand and list: the bomb guard's ratio, 0 for none; -1 keeps the default
 };
 
 int expand(const Arguments& arguments);

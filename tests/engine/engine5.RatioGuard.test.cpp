@@ -70,6 +70,28 @@ std::string bzip2Of(const std::string& plain) {
     return packed;
 }
 
+void octal(char* field, int width, uint64_t value) {
+    for (int i = width - 2; i >= 0; --i, value >>= 3) field[i] = static_cast<char>('0' + (value & 7));
+}
+
+// A GNU tar of one sparse member of `size` bytes, of which it keeps the last
+// three: a header of 512 bytes that claims any size it likes.
+std::string sparseTar(uint64_t size) {
+    std::string block(512, '\0');
+    block.replace(0, 5, "holes");
+    octal(&block[100], 8, 0644), octal(&block[108], 8, 0), octal(&block[116], 8, 0);
+    octal(&block[124], 12, 3), octal(&block[136], 12, 1200000000);
+    block[156] = 'S';
+    block.replace(257, 8, std::string("ustar  \0", 8));
+    octal(&block[386], 12, size - 3), octal(&block[398], 12, 3);
+    octal(&block[483], 12, size);
+    uint32_t sum = 8 * ' ';
+    for (int i = 0; i < 512; ++i) sum += i >= 148 && i < 156 ? 0 : static_cast<unsigned char>(block[i]);
+    octal(&block[148], 7, sum);
+    block[155] = ' ';
+    return block + "end" + std::string(509 + 1024, '\0');
+}
+
 class RatioGuard : public ::testing::Test {
 protected:
     Scratch scratch;
@@ -129,6 +151,17 @@ TEST_F(RatioGuard, RefusesBombsWithItsTextAndZeroLiftsIt) {
     EXPECT_EQ(expand("bomb.zip", zip), "");
     ASSERT_EQ(reader.itemFailures.size(), 1u);
     EXPECT_EQ(reader.itemFailures[0].message, refusal);
+}
+
+// A sparse member's holes expand from nothing: only its data regions count
+// as what it packs.
+TEST_F(RatioGuard, HoldsSparseTarMembersToWhatTheyStore) {
+    const std::string tar = sparseTar(16 << 20);
+    EXPECT_EQ(expand("holes.tar", tar), refusal);
+    EXPECT_FALSE(fs::exists(fs::path(out) / "holes"));
+    reader.maxRatio(0);
+    EXPECT_EQ(expand("holes.tar", tar), "");
+    EXPECT_EQ(fs::file_size(fs::path(out) / "holes"), uint64_t(16 << 20));
 }
 
 TEST_F(RatioGuard, LeavesTheNativeFormatsOwnMethodsAlone) {

@@ -261,8 +261,8 @@ void FormatReader::openOutputs(const Entry& entry, const std::string& planned) {
     }
     // An item whose declared sizes already break the ratio is refused before
     // anything of it is created; one that lies about them, as it writes.
-    const uint64_t declared = (entry.dataSize.isSet() ? entry.dataSize() : 0) +
-                              (entry.resourceSize.isSet() ? entry.resourceSize() : 0);
+    const uint64_t declared =
+        (entry.dataSize.isSet() ? entry.dataSize() : 0) + (entry.resourceSize.isSet() ? entry.resourceSize() : 0);
     if (declared > budget.limit) throw tuckett5::exception::BadData(ratioRefusal(budget.ratio));
 
     open_ = std::make_unique<OpenFile>();
@@ -434,8 +434,8 @@ void FormatReader::expandLink(const Entry& entry, const std::string& planned, co
         stream::VectorOutput collected(bytes);
         const uint64_t declared = entry.dataSize.isSet() ? entry.dataSize() : longestLinkTarget;
         open_ = std::make_unique<OpenFile>();
-        open_->data =
-            std::make_unique<LimitedOutput>(collected, std::min(declared, longestLinkTarget), entry.invalidData, open_->budget);
+        open_->data = std::make_unique<LimitedOutput>(collected, std::min(declared, longestLinkTarget),
+                                                      entry.invalidData, open_->budget);
         write();
         open_.reset();
         target.assign(bytes.begin(), bytes.end());

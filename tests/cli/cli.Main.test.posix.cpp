@@ -146,8 +146,9 @@ TEST(Commands, TheBombGuardRefusesAndMaxRatioLiftsIt) {
 
     Outcome refused = run("expand -q " + (dir / "zeros.bz2"));
     EXPECT_EQ(refused.status, 1);
-    EXPECT_EQ(refused.err, "cratewerk: " + dir / "zeros.bz2" + ": " + refusal +
-                               "\ncratewerk: --max-ratio=0 expands what the guard refused (--max-ratio=N allows N:1)\n");
+    EXPECT_EQ(refused.err,
+              "cratewerk: " + dir / "zeros.bz2" + ": " + refusal +
+                  "\ncratewerk: --max-ratio=0 expands what the guard refused (--max-ratio=N allows N:1)\n");
     EXPECT_FALSE(fs::exists(dir / "zeros"));
     Outcome listed = run("list " + (dir / "zeros.bz2"));
     EXPECT_EQ(listed.status, 1);

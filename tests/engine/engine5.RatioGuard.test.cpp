@@ -1,8 +1,8 @@
 // The guard against decompression bombs: an item that expands beyond the
 // reader's ratio (and beyond the floor) is refused with its text, the option
 // lifts it, and the native format's own methods are never held to it.
-#include <gtest/gtest.h>
 #include <bzlib.h>
+#include <gtest/gtest.h>
 #include <zlib.h>
 
 #include <filesystem>

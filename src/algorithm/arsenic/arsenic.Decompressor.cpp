@@ -154,7 +154,7 @@ uint32_t FastDecompressor::reverseBWT(uint32_t length, uint32_t primary) {
 
     // The primary index is not checked against the length: a bad one reads a
     // stale entry, still inside the vector, and the check value catches it.
-    // One past what the vector holds yet reads as its untouched entries do.
+    // One beyond what the vector holds so far reads as an untouched entry.
     uint32_t p = primary < room ? t[primary] >> 8 : 0;
     if (length >= interleaveMinimum && primary < length) {
         followChains(length, p);

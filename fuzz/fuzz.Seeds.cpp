@@ -1,8 +1,8 @@
 // Writes the seed corpora of the fuzz targets: tkt5 archives made by the
-// tests' builder, ISP and Arsenic streams made by our compressors, the Zip
-// archives of the test data, and the raw streams of their members for the
-// Inflate and legacy Zip targets; the ARJ archives of the test data and the
-// streams of their members for the ARJ method target.
+// tests' builder, ISP, Arsenic and LZW streams made by our compressors, gzip
+// and bzip2 streams made by zlib and libbz2, the archives of the test data,
+// the raw streams of the Zip members for the Inflate and legacy Zip targets,
+// and those of the ARJ and ARC members for their method targets.
 //
 //   cratewerk_fuzz_seeds OUTPUT-FOLDER TEST-DATA-FOLDER
 
@@ -14,6 +14,13 @@
 #include <string>
 #include <vector>
 
+#include <bzlib.h>
+#include <zlib.h>
+
+#include "algorithm/lzw/lzw.Decompressor.h"
+#include "format/tar/tar.Header.h"
+#include "stream/stream.Array.h"
+#include "stream/stream.Vector.h"
 #include "support/tkt5.Builder.h"
 
 namespace fs = std::filesystem;
@@ -95,6 +102,62 @@ void zipMembers(const std::string& zip) {
     }
 }
 
+std::string lzw(const std::string& plain, int bits) {
+    stream::ArrayInput in(plain.data(), uint32_t(plain.size()));
+    std::vector<char> bytes;
+    stream::VectorOutput out(bytes);
+    algorithm::lzw::Compressor(bits).process(in, out);
+    return std::string(bytes.begin(), bytes.end());
+}
+
+// A gzip member with a stored name, as gzip writes it.
+std::string gzip(const std::string& plain, const char* name) {
+    z_stream z{};
+    deflateInit2(&z, 9, Z_DEFLATED, 31, 8, Z_DEFAULT_STRATEGY);
+    gz_header header{};
+    header.name = reinterpret_cast<Bytef*>(const_cast<char*>(name));
+    header.time = 1200000000;
+    if (name != nullptr) deflateSetHeader(&z, &header);
+    std::string packed(deflateBound(&z, uLong(plain.size())) + 64, '\0');
+    z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(plain.data()));
+    z.avail_in = uInt(plain.size());
+    z.next_out = reinterpret_cast<Bytef*>(packed.data());
+    z.avail_out = uInt(packed.size());
+    deflate(&z, Z_FINISH);
+    packed.resize(z.total_out);
+    deflateEnd(&z);
+    return packed;
+}
+
+std::string bzip2(const std::string& plain) {
+    std::string packed(plain.size() + plain.size() / 100 + 700, '\0');
+    unsigned int length = unsigned(packed.size());
+    BZ2_bzBuffToBuffCompress(packed.data(), &length, const_cast<char*>(plain.data()), unsigned(plain.size()), 1, 0, 0);
+    packed.resize(length);
+    return packed;
+}
+
+// A ustar archive of a file and a folder, padded and closed as tar does.
+std::string tar(const std::string& plain) {
+    std::vector<char> bytes;
+    stream::VectorOutput out(bytes);
+    format::tar::Header folder;
+    folder.name = "d/";
+    folder.mode = 0755;
+    folder.type = '5';
+    folder.write(out);
+    format::tar::Header file;
+    file.name = "d/f.txt";
+    file.mode = 0644;
+    file.dataSize = plain.size();
+    file.modified = 1200000000;
+    file.type = '0';
+    file.write(out);
+    out.write(plain.data(), uint32_t(plain.size()));
+    out.fill((512 - plain.size() % 512) % 512 + 1024, '\0');
+    return std::string(bytes.begin(), bytes.end());
+}
+
 std::string record(uint8_t selector, const std::string& bytes, size_t at, size_t length) {
     return std::string(1, char(selector)) + bytes.substr(at, length);
 }
@@ -156,6 +219,19 @@ int main(int argc, char** argv) {
             seed("classify", bytes);
         }
 
+    // The single-stream formats and tar, made by code and by their real programs.
+    for (const std::string& plain : {std::string("a"), text(), tar(text())}) {
+        for (int bits : {9, 12, 16}) {
+            seed("lzw", lzw(plain, bits));
+            seed("compress", lzw(plain, bits) + '\0');
+        }
+        seed("gz", gzip(plain, "named.txt") + '\0');
+        seed("gz", gzip(plain, nullptr) + '\x12');
+        seed("bz2", bzip2(plain) + '\0');
+    }
+    seed("tar", tar(text()) + '\0');
+    seed("tar", tar(std::string()) + '\x12');
+
     // The archives of the test data, and the streams inside the Zip archives.
     for (const char* folder : {"zip", "classify", "cli"}) {
         if (!fs::is_directory(data / folder)) continue;
@@ -163,6 +239,13 @@ int main(int argc, char** argv) {
             const std::string bytes = slurp(entry.path());
             if (bytes.size() > 65536) continue;
             seed("classify", bytes);
+            if (bytes.size() >= 3 && bytes.compare(0, 2, "\x1f\x8b") == 0) seed("gz", bytes);
+            if (bytes.size() >= 3 && bytes.compare(0, 3, "BZh") == 0) seed("bz2", bytes);
+            if (bytes.size() >= 3 && bytes.compare(0, 2, "\x1f\x9d") == 0) {
+                seed("compress", bytes);
+                seed("lzw", bytes);
+            }
+            if (bytes.size() >= 512 && bytes.compare(257, 5, "ustar") == 0) seed("tar", bytes);
             if (bytes.size() >= 4 && bytes.compare(0, 2, "PK") == 0) {
                 seed("zip", bytes);
                 zipMembers(bytes);

@@ -15,6 +15,7 @@
 #include "algorithm/arsenic/arsenic.Decompressor.h"
 #include "algorithm/deflate/deflate.Decompressor.h"
 #include "algorithm/isp/isp.Decompressor.h"
+#include "algorithm/lzw/lzw.Decompressor.h"
 #include "algorithm/zip/zip.ImplodeDecompressor.h"
 #include "algorithm/zip/zip.ReduceDecompressor.h"
 #include "algorithm/zip/zip.ShrinkDecompressor.h"
@@ -106,6 +107,11 @@ int isp(const uint8_t* data, size_t size) {
 
 int arsenic(const uint8_t* data, size_t size) {
     algorithm::arsenic::FastDecompressor decompressor;
+    return decode(decompressor, data, size);
+}
+
+int lzw(const uint8_t* data, size_t size) {
+    algorithm::lzw::Decompressor decompressor;
     return decode(decompressor, data, size);
 }
 
@@ -296,6 +302,10 @@ int rar(const uint8_t* data, size_t size) { return expand(format::number::rar, d
 int arj(const uint8_t* data, size_t size) { return expand(format::number::arj, data, size); }
 int bin(const uint8_t* data, size_t size) { return expand(format::number::bin, data, size); }
 int hqx(const uint8_t* data, size_t size) { return expand(format::number::hqx, data, size); }
+int gz(const uint8_t* data, size_t size) { return expand(format::number::gz, data, size); }
+int bz2(const uint8_t* data, size_t size) { return expand(format::number::bz2, data, size); }
+int compress(const uint8_t* data, size_t size) { return expand(format::number::compress, data, size); }
+int tar(const uint8_t* data, size_t size) { return expand(format::number::tar, data, size); }
 
 // Reads one record from the bytes, and writes back what was read: the
 // written form must be as long as the record says it is.
@@ -457,6 +467,11 @@ const std::vector<Entry>& targets() {
         {"arjmethods", arjmethods},
         {"bin", bin},
         {"hqx", hqx},
+        {"lzw", lzw},
+        {"gz", gz},
+        {"bz2", bz2},
+        {"compress", compress},
+        {"tar", tar},
     };
     return all;
 }

@@ -9,6 +9,7 @@
 #include "cli/cli.Commands.h"
 #include "cli/cli.Console.h"
 #include "cli/cli.TerminalUI.h"
+#include "engine/engine5.FormatReader.h"
 #include "engine/engine5.Registry.h"
 #include "engine/t5.Reader.h"
 #include "format/format.Number.h"
@@ -148,12 +149,23 @@ std::string unreadable(const std::string& operand, const std::string& path) {
     return std::string();
 }
 
+// Says how to lift the guard against decompression bombs once it refused.
+void hintAtRatio(const tuckett5::Reader& reader, const std::string& failure, bool& hinted) {
+    if (hinted || reader.maxRatio() == 0 || failure.find(engine5::ratioRefusal(reader.maxRatio())) == std::string::npos)
+        return;
+    complain("--max-ratio=0 expands what the guard refused (--max-ratio=N allows N:1)");
+    hinted = true;
+}
+
 // Names each item that could not be expanded, with the reason.
 void reportItemFailures(const std::string& operand, const tuckett5::Reader& reader) {
     for (const tuckett5::ItemFailure& warning : reader.itemWarnings)
         complain(operand + ": warning: " + warning.reason + ": " + escaped(warning.name));
-    for (const tuckett5::ItemFailure& failure : reader.itemFailures)
+    bool hinted = false;
+    for (const tuckett5::ItemFailure& failure : reader.itemFailures) {
         complain(operand + ": " + failure.reason + ": " + escaped(failure.name));
+        hintAtRatio(reader, failure.reason, hinted);
+    }
 }
 
 int expand(const Arguments& arguments) {
@@ -174,6 +186,7 @@ int expand(const Arguments& arguments) {
     reader.macBinaryOutput(arguments.macBinary);
     reader.firstLayerOnly(arguments.oneLayer);
     reader.keepAppleDoubleEntries(arguments.keepMacOSX);
+    if (arguments.maxRatio >= 0) reader.maxRatio(static_cast<uint32_t>(arguments.maxRatio));
     reader.textConversion(arguments.text);
     reader.textLineEnding(arguments.eol);
     int status = kSuccess;
@@ -217,6 +230,8 @@ int expand(const Arguments& arguments) {
         reader.progressSizeEndEvent();
         reportItemFailures(arguments.operands[0], reader);
         complain(arguments.operands[0] + ": " + failureText(e));
+        bool hinted = false;
+        hintAtRatio(reader, e.what(), hinted);
         status = kFailure;
     }
     reader.close();
@@ -232,12 +247,15 @@ int list(const Arguments& arguments) {
     Lister lister;
     lister.firstLayerOnly(arguments.oneLayer);
     lister.keepAppleDoubleEntries(arguments.keepMacOSX);
+    if (arguments.maxRatio >= 0) lister.maxRatio(static_cast<uint32_t>(arguments.maxRatio));
     try {
         lister.open(path);
         lister.scan();
     } catch (const un::exception& e) {
         lister.close();
         complain(e.what());
+        bool hinted = false;
+        hintAtRatio(lister, e.what(), hinted);
         return kFailure;
     }
     lister.close();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,7 @@ struct Arguments {
     bool oneLayer = false;  // expand and list stop at a compressed stream's own data
     bool keepMacOSX = false;  // expand and list keep a Mac-made Zip's "__MACOSX" entries as stored
     std::string encoding;   // encode's format, by its short name (bin, hqx, uu)
+    int64_t maxRatio = -1;  // expand and list: the bomb guard's ratio, 0 for none; -1 keeps the default
 };
 
 int expand(const Arguments& arguments);

@@ -31,12 +31,20 @@ constexpr uint32_t bufferSize = 65536;
 constexpr int64_t macEpochOffset = 2082844800;
 constexpr uint32_t macBinaryBlock = 128;
 
+// What the forks of one item may write together before the guard against
+// decompression bombs refuses it.
+struct RatioBudget {
+    uint64_t limit = ~uint64_t(0);
+    uint64_t used = 0;
+    uint32_t ratio = 0;
+};
+
 // Refuses bytes beyond a fork's declared size, so that damaged data cannot
-// expand without bound.
+// expand without bound, and beyond the item's ratio budget.
 class LimitedOutput : public stream::FilterOutput {
 public:
-    LimitedOutput(stream::Output& under, uint64_t limit, const char* failure)
-        : stream::FilterOutput(under), limit_(limit), failure_(failure) {}
+    LimitedOutput(stream::Output& under, uint64_t limit, const char* failure, RatioBudget& budget)
+        : stream::FilterOutput(under), limit_(limit), failure_(failure), budget_(budget) {}
     void write(char value) override {
         admit(1);
         stream::FilterOutput::write(value);
@@ -55,11 +63,14 @@ public:
 private:
     void admit(uint64_t count) {
         if (count > limit_ - written_) throw tuckett5::exception::BadData(failure_);
+        if (count > budget_.limit - budget_.used) throw tuckett5::exception::BadData(ratioRefusal(budget_.ratio));
         written_ += count;
+        budget_.used += count;
     }
     uint64_t limit_;
     uint64_t written_ = 0;
     const char* failure_;
+    RatioBudget& budget_;
 };
 
 // Writes the same bytes to two outputs: a resource fork on a MacDrive volume
@@ -104,10 +115,16 @@ bool itemFailure(const un::exception& failure) {
 
 }  // namespace
 
+std::string ratioRefusal(uint32_t ratio) {
+    return "data expands to more than " + std::to_string(ratio) +
+           " times its compressed size; refused as a possible decompression bomb";
+}
+
 // The outputs of the file in hand, from the disk inwards.
 struct FormatReader::OpenFile {
     std::string path;
     bool macBinary = false;
+    RatioBudget budget;
     io::random::File file;
     std::unique_ptr<io::random::FileOutput> fileOutput;
     std::unique_ptr<stream::BufferedOutput> buffered;
@@ -172,6 +189,13 @@ void FormatReader::describe(const Entry& entry) {
     info.linkTarget = entry.linkTarget;
 }
 
+uint64_t FormatReader::ratioLimit(uint64_t compressed) const {
+    const uint64_t ratio = reader.maxRatio();
+    if (ratio == 0) return ~uint64_t(0);
+    const uint64_t limit = compressed > ~uint64_t(0) / ratio ? ~uint64_t(0) : compressed * ratio;
+    return limit < ratioFloor ? ratioFloor : limit;
+}
+
 void FormatReader::passOver(uint64_t bytes) {
     bytesDone += bytes;
     reader.fireProgressSizeMove(static_cast<uint32_t>(bytesDone));
@@ -233,10 +257,22 @@ bool FormatReader::expandFile(const Entry& entry, const std::function<void()>& w
 }
 
 void FormatReader::openOutputs(const Entry& entry, const std::string& planned) {
+    RatioBudget budget;
+    if (!entry.ownMethod && entry.compressedSize.isSet()) {
+        budget.limit = ratioLimit(entry.compressedSize());
+        budget.ratio = reader.maxRatio();
+    }
+    // An item whose declared sizes already break the ratio is refused before
+    // anything of it is created; one that lies about them, as it writes.
+    const uint64_t declared =
+        (entry.dataSize.isSet() ? entry.dataSize() : 0) + (entry.resourceSize.isSet() ? entry.resourceSize() : 0);
+    if (declared > budget.limit) throw tuckett5::exception::BadData(ratioRefusal(budget.ratio));
+
     open_ = std::make_unique<OpenFile>();
     OpenFile& out = *open_;
     out.path = planned;
     out.macBinary = macBinaryOutput;
+    out.budget = budget;
     createOutputFile(out.file, out.path, defaultTries);
     noteTop(out.path);
     out.fileOutput = std::make_unique<io::random::FileOutput>(out.file);
@@ -262,7 +298,7 @@ void FormatReader::openOutputs(const Entry& entry, const std::string& planned) {
         header.writerVersion = 129;
         header.readerVersion = 129;
         header.write(*out.buffered);
-        out.data = std::make_unique<LimitedOutput>(*out.buffered, dataSize, entry.invalidData);
+        out.data = std::make_unique<LimitedOutput>(*out.buffered, dataSize, entry.invalidData, out.budget);
         return;
     }
 
@@ -274,7 +310,7 @@ void FormatReader::openOutputs(const Entry& entry, const std::string& planned) {
         out.text = std::make_unique<stream::TextOutput>(*out.buffered, reader.textLineEnding());
         inner = out.text.get();
     }
-    out.data = std::make_unique<LimitedOutput>(*inner, dataSize, entry.invalidData);
+    out.data = std::make_unique<LimitedOutput>(*inner, dataSize, entry.invalidData, out.budget);
 
     // The resource fork and the Finder information go beside the file.
     const bool resource = entry.resourceSize.isSet() && entry.resourceSize() != 0;
@@ -306,12 +342,12 @@ stream::Output& FormatReader::resourceFork() {
         if (out.macBinary) {
             // The forks follow each other, each padded to a whole block.
             pad(*out.buffered, out.data->written());
-            out.resource = std::make_unique<LimitedOutput>(*out.buffered, stream::all, failure);
+            out.resource = std::make_unique<LimitedOutput>(*out.buffered, stream::all, failure, out.budget);
         } else if (out.rsrcBuffered) {
-            out.resource = std::make_unique<LimitedOutput>(*out.rsrcBuffered, stream::all, failure);
+            out.resource = std::make_unique<LimitedOutput>(*out.rsrcBuffered, stream::all, failure, out.budget);
         } else {
             // A fork the entry declared empty takes nothing.
-            out.resource = std::make_unique<LimitedOutput>(*out.buffered, 0, failure);
+            out.resource = std::make_unique<LimitedOutput>(*out.buffered, 0, failure, out.budget);
         }
     }
     return *out.resource;
@@ -401,8 +437,8 @@ void FormatReader::expandLink(const Entry& entry, const std::string& planned, co
         stream::VectorOutput collected(bytes);
         const uint64_t declared = entry.dataSize.isSet() ? entry.dataSize() : longestLinkTarget;
         open_ = std::make_unique<OpenFile>();
-        open_->data =
-            std::make_unique<LimitedOutput>(collected, std::min(declared, longestLinkTarget), entry.invalidData);
+        open_->data = std::make_unique<LimitedOutput>(collected, std::min(declared, longestLinkTarget),
+                                                      entry.invalidData, open_->budget);
         write();
         open_.reset();
         target.assign(bytes.begin(), bytes.end());

@@ -69,7 +69,15 @@ struct Entry {
     un::opt_property<bool> macBinaryDefault;
     // The text of the failure when a fork outgrows its declared size.
     const char* invalidData = "data is invalid";
+    // The item is packed by one of the engine's own methods, whose streams
+    // are held to the declared sizes and may pack long runs far beyond any
+    // fixed ratio: the guard against decompression bombs leaves it alone.
+    bool ownMethod = false;
 };
+
+// Why an item or a stream was refused by the guard against decompression
+// bombs of a reader whose maxRatio is `ratio`.
+std::string ratioRefusal(uint32_t ratio);
 
 // The base of every format's expander. It owns what all formats decide alike:
 // how a stored name becomes a path inside the output folder, what happens when
@@ -93,6 +101,11 @@ public:
 
     static constexpr int defaultTries = 256;
     static constexpr uint32_t uniqueLimit = 999;
+    // The output that no item is refused for, whatever its ratio: 64 KiB. A
+    // few bytes that expand to a page of text are no bomb, and even an
+    // archive of nothing but such items stays near 1000:1 as a whole, since
+    // each Zip entry costs 76 bytes of headers and each tar member 512.
+    static constexpr uint64_t ratioFloor = 65536;
 
 protected:
     // The one extraction path. A format reader describes each item with an
@@ -127,6 +140,9 @@ protected:
     void explain(const std::string& reason) { reason_ = reason; }
     // Counts the bytes of an item passed over and reports them.
     void passOver(uint64_t bytes);
+    // The most that `compressed` bytes may expand to under the reader's
+    // maxRatio, never below ratioFloor; all ones when the guard is off.
+    uint64_t ratioLimit(uint64_t compressed) const;
 
     // Bytes expanded (or passed over) so far in this run: the base of the
     // byte progress that the method readers report.

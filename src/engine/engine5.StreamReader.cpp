@@ -38,7 +38,7 @@ uint64_t GuardedOutput::limitFor(uint64_t compressed) {
 }
 
 void GuardedOutput::count(uint64_t bytes) {
-    if (bytes > limit_ - written_) throw tuckett5::exception::BadData(tooLarge);
+    if (bytes > limit_ - written_) throw tuckett5::exception::BadData(failure_);
     written_ += bytes;
 }
 
@@ -97,7 +97,16 @@ void StreamReader::expandToTemporary(stream::random::Input& archive) {
     io::random::FileOutput file(*temporary_);
     {
         stream::BufferedOutput buffered(file, bufferSize);
-        GuardedOutput guarded(buffered, GuardedOutput::limitFor(compressed_));
+        // The stream is one item: the guard against decompression bombs
+        // holds it before its data reaches the disk, where it is tighter
+        // than the bound that every stream has.
+        uint64_t limit = GuardedOutput::limitFor(compressed_);
+        std::string failure = tooLarge;
+        if (ratioLimit(compressed_) < limit) {
+            limit = ratioLimit(compressed_);
+            failure = ratioRefusal(reader.maxRatio());
+        }
+        GuardedOutput guarded(buffered, limit, failure);
         expand(archive, guarded);
         buffered.flush();
         expanded_ = guarded.written();

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "engine/engine5.FormatReader.h"
 #include "stream/stream.FilterOutput.h"
@@ -19,7 +20,8 @@ namespace engine5 {
 // output than any real file of that size holds.
 class GuardedOutput : public stream::FilterOutput {
 public:
-    GuardedOutput(stream::Output& under, uint64_t limit) : stream::FilterOutput(under), limit_(limit) {}
+    GuardedOutput(stream::Output& under, uint64_t limit, std::string failure)
+        : stream::FilterOutput(under), limit_(limit), failure_(std::move(failure)) {}
     void write(char value) override;
     void write(const char* buffer, uint32_t count) override;
     void fill(uint64_t count, char value) override;
@@ -37,6 +39,7 @@ private:
     void count(uint64_t bytes);
     uint64_t limit_;
     uint64_t written_ = 0;
+    std::string failure_;
 };
 
 // The reader of a format that compresses one stream of data (gzip, bzip2,

@@ -144,6 +144,13 @@ public:
     // they are stored, rather than as the resource forks and Finder
     // information of the files they belong to.
     un::property<bool> keepAppleDoubleEntries{false};
+    // The guard against decompression bombs: an item (or a compressed
+    // stream) may expand to at most this many times its compressed size, and
+    // to the floor of engine5::FormatReader::ratioFloor whatever its ratio.
+    // 0 turns the guard off. Items of the native format in its own methods
+    // are never held to it.
+    static constexpr uint32_t defaultMaxRatio = 1000;
+    un::property<uint32_t> maxRatio{defaultMaxRatio};
     // Items expanded otherwise than stored, with the reason (a link kept as a file).
     std::vector<ItemFailure> itemWarnings;
     // Where the first top-level item of the last decode went: a top folder or

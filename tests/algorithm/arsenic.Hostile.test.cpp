@@ -183,6 +183,47 @@ TEST(ArsenicErrors, PrimaryIndexPastTheBlock) {
     EXPECT_NE(failure(crafter.finish(0)), "");
 }
 
+// The header's block size is a promise: the buffers grow with what a block
+// holds, so three bytes cannot claim the 96 MB of a block of 2^24.
+TEST(ArsenicHostile, MemoryFollowsTheDataNotTheHeader) {
+    FastDecompressor decompressor;
+    auto run = [&](const Bytes& packed) {
+        Bytes data;
+        stream::VectorInput in(packed);
+        stream::VectorOutput out(data);
+        try {
+            decompressor.process(in, out);
+        } catch (const un::exception&) {
+        }
+        return data;
+    };
+    Crafter empty;
+    empty.header(0x41, 0x73, 24 - 9);
+    EXPECT_TRUE(run(empty.finish(crcOf({}))).empty());
+    EXPECT_EQ(decompressor.reserved(), 0u);
+
+    Crafter hostile;
+    hostile.header(0x41, 0x73, 24 - 9);
+    hostile.block(24, 0xFFFFFF, [](CompressorMTFModel& m) { m.put(3); });
+    run(hostile.finish(0));
+    EXPECT_LE(decompressor.reserved(), 6u * 65536);
+
+    Crafter one;
+    one.header(0x41, 0x73, 24 - 9);
+    one.block(24, 0, [](CompressorMTFModel& m) { m.put(65); });
+    const Bytes single = one.finish(crcOf({'A'}));
+    EXPECT_EQ(run(single), Bytes{'A'});
+
+    // A block of under a megabyte takes what it needs, and the buffers stay
+    // for the next.
+    Bytes big;
+    std::mt19937 random(3);
+    for (int i = 0; i < 900000; ++i) big.push_back(static_cast<char>("abcdefgh"[random() % 8]));
+    EXPECT_EQ(run(compress(big, 24)), big);
+    EXPECT_LE(decompressor.reserved(), 6u << 20);
+    EXPECT_EQ(run(single), Bytes{'A'});
+}
+
 TEST(ArsenicErrors, CompressorRefusesBadIndexes) {
     Bytes packed;
     stream::VectorOutput out(packed);

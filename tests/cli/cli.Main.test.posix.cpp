@@ -2,6 +2,7 @@
 // standard output and what to standard error.
 #include <gtest/gtest.h>
 
+#include <bzlib.h>
 #include <sys/wait.h>
 
 #include <cstdlib>
@@ -72,6 +73,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"version extra", 2, "", "version takes no arguments"}, Case{"expand", 2, "", "expand needs an archive"},
         Case{"x --bogus a.tkt", 2, "", "unknown option '--bogus'"},
         Case{"expand --macbinary=sometimes a.tkt", 2, "", "unknown value 'sometimes' for --macbinary"},
+        Case{"expand --max-ratio=lots a.tkt", 2, "", "--max-ratio takes a whole number, 0 for no limit"},
         Case{"list a b", 2, "", "list needs one archive"}, Case{"identify", 2, "", "identify needs at least one file"},
         Case{"expand {samples}/notes.txt /nonexistent-output", 1, "",
              "cratewerk: {samples}/notes.txt: not an archive\n"},
@@ -127,6 +129,38 @@ TEST(Commands, AnItemThatCannotBeExpandedIsNamedAndTheRestExpands) {
 
     Outcome call = run("call CRwrk-Expand '" + dir / "mixed.zip" + "|" + dir / "host" + "'");
     EXPECT_EQ(call.out, "-1|unsupported compression method in zip reader|\n");
+}
+
+// A bzip2 file of 4 MB of zeros is some 40 bytes: the tool refuses it with
+// the guard's text and says how to lift it; the plug-in fails with the text.
+TEST(Commands, TheBombGuardRefusesAndMaxRatioLiftsIt) {
+    plugintest::TempDir dir;
+    const std::string zeros(4 << 20, '\0');
+    std::string packed(1000, '\0');
+    unsigned int length = unsigned(packed.size());
+    BZ2_bzBuffToBuffCompress(packed.data(), &length, const_cast<char*>(zeros.data()), unsigned(zeros.size()), 9, 0, 0);
+    packed.resize(length);
+    writeFile(dir / "zeros.bz2", packed);
+    const std::string refusal =
+        "data expands to more than 1000 times its compressed size; refused as a possible decompression bomb";
+
+    Outcome refused = run("expand -q " + (dir / "zeros.bz2"));
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.err,
+              "cratewerk: " + dir / "zeros.bz2" + ": " + refusal +
+                  "\ncratewerk: --max-ratio=0 expands what the guard refused (--max-ratio=N allows N:1)\n");
+    EXPECT_FALSE(fs::exists(dir / "zeros"));
+    Outcome listed = run("list " + (dir / "zeros.bz2"));
+    EXPECT_EQ(listed.status, 1);
+    EXPECT_NE(listed.err.find(refusal), std::string::npos) << listed.err;
+
+    Outcome lifted = run("expand -q --max-ratio=0 " + (dir / "zeros.bz2"));
+    EXPECT_EQ(lifted.status, 0) << lifted.err;
+    EXPECT_EQ(fs::file_size(dir / "zeros"), zeros.size());
+    EXPECT_EQ(run("list --max-ratio 0 " + (dir / "zeros.bz2")).status, 0);
+
+    Outcome call = run("call CRwrk-Expand '" + dir / "zeros.bz2" + "|" + dir / "host" + "'");
+    EXPECT_EQ(call.out, "-1|" + refusal + "|\n");
 }
 
 TEST(Commands, ListShowsTheCommentEscapesNamesAndGivesScriptsTheDetails) {

@@ -195,6 +195,26 @@ TEST(Tkt5ArchiveHeader, EmptyOpenFolderListSetsTheFlagWithoutCount) {
     EXPECT_EQ(header.size(), 100u);
 }
 
+// The count of open folders is taken only as far as their bytes go: a short
+// input claiming 65535 of them yields what is there, or fails when strict.
+TEST(Tkt5ArchiveHeader, OpenFolderCountIsNoMoreThanAPromise) {
+    ArchiveHeader header;
+    header.archiveSize(1000);
+    header.openFolders({someOpenFolder(), someOpenFolder()});
+    std::vector<char> bytes = written(header);
+    ArchiveHeader back;
+    readFrom(back, bytes);
+    EXPECT_EQ(back.openFolders().size(), 2u);
+
+    bytes[100] = char(0xFF), bytes[101] = char(0xFF);
+    bytes.resize(102 + 21 + 5);
+    readFrom(back, bytes, false);
+    ASSERT_EQ(back.openFolders().size(), 2u);
+    EXPECT_EQ(back.openFolders()[1].value3(), 0xFFFFu);
+    EXPECT_EQ(messageOf([&] { readFrom(back, bytes); }),
+              "input stream is too short in format::tkt5::ArchiveHeader::read()");
+}
+
 TEST(Tkt5ArchiveHeader, CRCCoversTheVariablePartButIsNotChecked) {
     ArchiveHeader header;
     header.archiveSize(1000);

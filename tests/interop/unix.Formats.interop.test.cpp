@@ -102,7 +102,9 @@ TEST_P(UnixPeers, ExpandLikeThePeer) {
     ASSERT_FALSE(expected.empty());
 
     fs::create_directories(scratch.path() / "tool");
-    Ran tool = run(kTool + " expand -q " + quote(c.archive) + " tool", scratch.path());
+    // The sparse file's holes expand from nothing, far beyond the bomb guard's
+    // ratio: the peer's output is had with the guard off.
+    Ran tool = run(kTool + " expand -q --max-ratio=0 " + quote(c.archive) + " tool", scratch.path());
     EXPECT_EQ(tool.status, 0) << tool.err;
     EXPECT_EQ(tree(scratch.path() / "tool"), expected);
 

@@ -20,6 +20,10 @@ constexpr uint32_t interleaveStretches = 256;
 constexpr unsigned interleaveWays = 16;
 constexpr uint32_t interleaveChunk = 1024;
 
+// The least that the block buffers grow to: a small block costs no more than
+// a few pages, and a large one doubles from here as its data arrives.
+constexpr uint32_t minimumRoom = 65536;
+
 void checkEnd(const arith::DCC95Decoder& decoder) {
     if (decoder.exhausted()) throw Exception(endOfStream, Decompressor::source);
 }
@@ -30,25 +34,36 @@ Decompressor::Decompressor() : counts(new uint32_t[256]), starts(new uint32_t[25
 
 Decompressor::~Decompressor() = default;
 
+// The header's block size is only a promise: memory for a block is taken as
+// its symbols arrive, so that three bytes of header cannot claim 96 MB.
 void Decompressor::init(int n) {
     if (n < 9 || n > 24) throw Exception("invalid block size", source);
     if (blockBits != 0 && (blockBits < 9 || blockBits > 24)) throw Exception("invalid existing block size", source);
-    if (blockBits < n) {
-        block.reset();
-        mtfBlock.reset();
-        block = makeLarge<unsigned char>(size_t(1) << n);
-        mtfBlock = makeLarge<unsigned char>(size_t(1) << n);
-    }
+}
+
+void Decompressor::grow(uint32_t needed) {
+    const uint32_t capacity = uint32_t(1) << blockBits;
+    if (needed <= room) return;
+    uint32_t size = room < minimumRoom ? minimumRoom : room;
+    while (size < needed) size *= 2;
+    if (size > capacity) size = capacity;
+    LargeArray<unsigned char> bigger = makeLarge<unsigned char>(size);
+    if (mtfBlock) std::memcpy(bigger.get(), mtfBlock.get(), room);
+    mtfBlock = std::move(bigger);
+    block.reset();
+    block = makeLarge<unsigned char>(size);
+    room = size;
+    grown();
 }
 
 void FastDecompressor::init(int n) {
-    int previous = blockBits;
     Decompressor::init(n);
-    if (previous < n) {
-        transform.reset();
-        transform = makeLarge<uint32_t>(size_t(1) << n);
-        blockBits = n;
-    }
+    if (blockBits < n) blockBits = n;
+}
+
+void FastDecompressor::grown() {
+    transform.reset();
+    transform = makeLarge<uint32_t>(room);
 }
 
 uint64_t Decompressor::process(stream::Input& in, stream::Output& out) {
@@ -91,13 +106,21 @@ int32_t Decompressor::decodeMTF(uint32_t& count, DecompressorBitModel& bitModel,
     for (int i = 0; i < 256; ++i) list[i] = static_cast<unsigned char>(i);
     count = 0;
     model.next();
-    unsigned char* const output = mtfBlock.get();
+    unsigned char* output = mtfBlock.get();
     while (!model.end()) {
-        if (count >= capacity) throw Exception("block overrun", source);
+        if (count >= room) {
+            if (count >= capacity) throw Exception("block overrun", source);
+            grow(count + 1);
+            output = mtfBlock.get();
+        }
         if (model.isRun()) {
             // A run may fill the block exactly but never pass its end.
             uint32_t n = static_cast<uint32_t>(model.get());
             if (n > capacity - count) throw Exception("block overrun", source);
+            if (n > room - count) {
+                grow(count + n);
+                output = mtfBlock.get();
+            }
             std::memset(output + count, list[0], n);
             count += n;
         } else {
@@ -114,6 +137,7 @@ int32_t Decompressor::decodeMTF(uint32_t& count, DecompressorBitModel& bitModel,
 }
 
 uint32_t FastDecompressor::reverseBWT(uint32_t length, uint32_t primary) {
+    grow(length == 0 ? 1 : length);
     uint32_t* const t = transform.get();
     const unsigned char* const mtf = mtfBlock.get();
     unsigned char* const out = block.get();
@@ -130,7 +154,8 @@ uint32_t FastDecompressor::reverseBWT(uint32_t length, uint32_t primary) {
 
     // The primary index is not checked against the length: a bad one reads a
     // stale entry, still inside the vector, and the check value catches it.
-    uint32_t p = t[primary] >> 8;
+    // One beyond what the vector holds so far reads as an untouched entry.
+    uint32_t p = primary < room ? t[primary] >> 8 : 0;
     if (length >= interleaveMinimum && primary < length) {
         followChains(length, p);
         return length;
@@ -183,7 +208,7 @@ void FastDecompressor::followChains(uint32_t length, uint32_t first) {
 
     // Chunks below mainChunks lie in mtfBlock; the few that a stretch's last
     // partial chunk costs lie in `spare`.
-    const uint32_t mainChunks = (uint32_t(1) << blockBits) / interleaveChunk;
+    const uint32_t mainChunks = room / interleaveChunk;
     std::vector<unsigned char> spare(size_t(stretches.size() + 1) * interleaveChunk);
     uint32_t chunksUsed = 0;
     auto chunkAt = [&](uint32_t c) {

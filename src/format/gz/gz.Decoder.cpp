@@ -20,6 +20,7 @@ constexpr int commentFlag = 0x10;
 constexpr int reservedFlags = 0xE0;
 
 const char* const truncated = "gzip file is truncated";
+constexpr size_t maxName = 4096;
 
 // Reads bytes of a header, feeding its check, and fails at the end of data.
 class HeaderInput {
@@ -39,9 +40,12 @@ public:
         const uint32_t low = le16();
         return low | le16() << 16;
     }
-    std::string text() {
+    // A zero-terminated text, of which the first `most` bytes are kept: a
+    // header without its zero must not hold the whole input in memory.
+    std::string text(size_t most) {
         std::string value;
-        for (int c; (c = byte()) != 0;) value += static_cast<char>(c);
+        for (int c; (c = byte()) != 0;)
+            if (value.size() < most) value += static_cast<char>(c);
         return value;
     }
     algorithm::crc::EthernetCRC crc;
@@ -95,8 +99,9 @@ bool Decoder::header(stream::random::Input& in, bool first) {
     if (flags & extraFlag)
         for (uint32_t length = bytes.le16(); length != 0; --length) bytes.byte();
     std::string stored;
-    if (flags & nameFlag) stored = bytes.text();
-    if (flags & commentFlag) bytes.text();
+    // No file system takes a longer name than the longest path.
+    if (flags & nameFlag) stored = bytes.text(maxName);
+    if (flags & commentFlag) bytes.text(0);
     if (flags & headerCrcFlag) {
         const uint32_t expected = bytes.crc.value() ^ 0xFFFFFFFFu;
         if (bytes.le16() != (expected & 0xFFFF)) throw BadData("gzip header CRC mismatch; data is invalid");

@@ -34,6 +34,17 @@ la_ssize_t readBlock(struct archive*, void* data, const void** block) {
     }
 }
 
+// The bytes that a member keeps in the archive: a sparse file keeps only its
+// data regions, and its holes expand from nothing.
+uint64_t storedSize(struct archive_entry* item, uint64_t size) {
+    if (archive_entry_sparse_reset(item) <= 0) return size;
+    uint64_t stored = 0;
+    la_int64_t offset = 0, length = 0;
+    while (archive_entry_sparse_next(item, &offset, &length) == ARCHIVE_OK)
+        if (length > 0) stored += uint64_t(length);
+    return stored < size ? stored : size;
+}
+
 uint32_t clamp32(uint64_t value) { return value > 0xFFFFFFFFu ? 0xFFFFFFFFu : static_cast<uint32_t>(value); }
 
 // A stored name without the slashes that end a folder's.
@@ -213,7 +224,7 @@ void Reader::scan(stream::random::Input& archive, io::random::File&) {
         } else {
             const uint64_t size = archive_entry_size_is_set(item) ? uint64_t(archive_entry_size(item)) : 0;
             entry.dataSize(type == AE_IFREG && !archive_entry_hardlink(item) ? size : 0);
-            entry.compressedSize(entry.dataSize());
+            entry.compressedSize(storedSize(item, entry.dataSize()));
             entry.modificationTime(archive_entry_mtime(item));
             entry.permissions(archive_entry_perm(item) & 0777);
             entry.encrypted = archive_entry_is_data_encrypted(item) != 0;
@@ -320,7 +331,7 @@ void Reader::decode(stream::random::Input& archive, io::random::File&) {
         const uint64_t size = archive_entry_size_is_set(item) ? uint64_t(archive_entry_size(item)) : 0;
         entry.dataSize(size);
         entry.resourceSize(0);
-        entry.compressedSize(size);
+        entry.compressedSize(storedSize(item, size));
         entry.encrypted = archive_entry_is_data_encrypted(item) != 0;
         expandFile(entry, [&] {
             // libarchive cannot decipher these formats' encryption.

@@ -1,5 +1,8 @@
 #include "format/tkt5/tkt5.ArchiveHeader.h"
 
+#include <cstring>
+
+#include "format/format.Exception.h"
 #include "format/tkt5/tkt5.Record.h"
 #include "format/tkt5/tkt5.ItemHeader.h"
 #include "stream/stream.Array.h"
@@ -113,8 +116,22 @@ void ArchiveHeader::read(stream::Input& in, bool strict) {
         passwordHash(ItemHeader::readString(in, length, strict));
     }
     if (flags() & openFoldersFlag) {
-        std::vector<OpenFolderInfo> list(be.u16());
-        for (OpenFolderInfo& info : list) info.read(in, strict);
+        // The count is only a promise: a record is kept once its bytes are
+        // there, so that a short input cannot claim 65535 of them. The last,
+        // cut short, reads its missing bytes as 0xFF, as every record does.
+        const uint16_t count = be.u16();
+        std::vector<OpenFolderInfo> list;
+        char bytes[20];
+        for (uint16_t i = 0; i < count; ++i) {
+            const uint32_t got = readFully(in, bytes, OpenFolderInfo::fixed_size());
+            if (got < OpenFolderInfo::fixed_size() && strict)
+                throw Exception("input stream is too short in format::tkt5::ArchiveHeader::read()");
+            if (got == 0) break;
+            std::memset(bytes + got, 0xFF, OpenFolderInfo::fixed_size() - got);
+            stream::ArrayInput record(bytes, OpenFolderInfo::fixed_size());
+            list.emplace_back().read(record, strict);
+            if (got < OpenFolderInfo::fixed_size()) break;
+        }
         openFolders(list);
     }
     if (flags() & commentFlag) {

@@ -277,6 +277,7 @@ Entry Reader::entryOf(const ItemRecord& record) const {
                    : method == format::tkt5::ForkInfo::arsenicMethod ? "Arsenic"
                                                                      : "method " + std::to_string(method);
     if (record.dataFork.crc() != 0) entry.crc(record.dataFork.crc());
+    entry.ownMethod = knownMethod(method) && knownMethod(record.resourceFork.method());
     return entry;
 }
 

@@ -135,16 +135,6 @@ TEST(Arsenic, PeriodicBlockTakesTheRandomisedPath) {
     EXPECT_FALSE(randomized);
 }
 
-TEST(Arsenic, DataSpanningSeveralBlocks) {
-    Bytes data = text(60000);
-    Bytes tail = randomBytes(20000, 3);
-    data.insert(data.end(), tail.begin(), tail.end());
-    for (int bits : {10, 13}) {
-        Bytes packed = compress(data, bits);
-        EXPECT_EQ(expand(packed), data) << bits;
-    }
-}
-
 TEST(Arsenic, TextCompressesWell) {
     Bytes data = text(100000);
     EXPECT_LT(compress(data, 20).size(), data.size() / 3);

@@ -16,6 +16,7 @@
 #include "algorithm/arsenic/arsenic.Decompressor.h"
 #include "stream/check/crc.CRC.h"
 #include "stream/stream.Vector.h"
+#include "support/failure.h"
 
 namespace {
 
@@ -72,15 +73,11 @@ Bytes expand(const Bytes& packed) {
     return data;
 }
 
-std::string failure(const Bytes& packed, std::string* kind = nullptr) {
-    try {
-        expand(packed);
-    } catch (const un::exception& e) {
-        if (kind) *kind = e.kind();
-        return e.what();
-    }
-    return "";
+// What expanding the stream throws, with the decompressor's kind.
+std::string failure(const Bytes& packed) {
+    return test::failureOf([&] { expand(packed); });
 }
+const std::string kind = "algorithm::arsenic::Decompressor: ";
 
 Bytes compress(const Bytes& data, int blockBits) {
     Bytes packed;
@@ -97,23 +94,15 @@ TEST(ArsenicErrors, BadHeader) {
     for (Case c : {Case{0x42, 0x73}, Case{0x41, 0x53}, Case{0x00, 0x00}}) {
         Crafter crafter;
         crafter.header(c.first, c.second);
-        std::string kind;
-        EXPECT_EQ(failure(crafter.finish(0), &kind), "not a compressed stream");
-        EXPECT_EQ(kind, "algorithm::arsenic::Decompressor");
+        EXPECT_EQ(failure(crafter.finish(0)), kind + "not a compressed stream");
     }
-    EXPECT_EQ(failure(Bytes{'B', 'Z', 'h', '9'}), "not a compressed stream");
+    EXPECT_EQ(failure(Bytes{'B', 'Z', 'h', '9'}), kind + "not a compressed stream");
 }
 
 TEST(ArsenicErrors, BlockSizeOutsideNineTo24) {
     for (int bits : {0, 8, 25, 31}) {
         FastDecompressor decompressor;
-        try {
-            decompressor.init(bits);
-            ADD_FAILURE() << bits;
-        } catch (const algorithm::Exception& e) {
-            EXPECT_STREQ(e.what(), "invalid block size");
-            EXPECT_EQ(e.kind(), "algorithm::arsenic::Decompressor");
-        }
+        EXPECT_EQ(test::failureOf([&] { decompressor.init(bits); }), kind + "invalid block size") << bits;
     }
     FastDecompressor decompressor;
     decompressor.init(9);
@@ -124,7 +113,7 @@ TEST(ArsenicErrors, CRCMismatch) {
     Crafter crafter;
     crafter.header();
     crafter.block(20, 0, [](CompressorMTFModel& m) { m.put(65); });  // one byte 'A'
-    EXPECT_EQ(failure(crafter.finish(crcOf({'B'}))), "CRC checksum mismatch; output data is invalid");
+    EXPECT_EQ(failure(crafter.finish(crcOf({'B'}))), kind + "CRC checksum mismatch; output data is invalid");
 
     Crafter good;
     good.header();
@@ -139,15 +128,13 @@ TEST(ArsenicErrors, OverLongRun) {
         Crafter crafter;
         crafter.header(0x41, 0x73, 0);
         crafter.block(9, 0, [](CompressorMTFModel& m) { m.run(513); });
-        std::string kind;
-        EXPECT_EQ(failure(crafter.finish(0), &kind), "block overrun");
-        EXPECT_EQ(kind, "algorithm::arsenic::Decompressor");
+        EXPECT_EQ(failure(crafter.finish(0)), kind + "block overrun");
     }
     {
         Crafter crafter;
         crafter.header(0x41, 0x73, 0);
         crafter.block(9, 0, [](CompressorMTFModel& m) { m.run(100000000); });
-        EXPECT_EQ(failure(crafter.finish(0)), "block overrun");
+        EXPECT_EQ(failure(crafter.finish(0)), kind + "block overrun");
     }
     {
         Crafter crafter;
@@ -156,7 +143,7 @@ TEST(ArsenicErrors, OverLongRun) {
             m.run(512);
             m.put(1);
         });
-        EXPECT_EQ(failure(crafter.finish(0)), "block overrun");
+        EXPECT_EQ(failure(crafter.finish(0)), kind + "block overrun");
     }
     // 512 zero bytes undo to 102 groups of four zeros with a count of 0, then two.
     Bytes zeros(102 * 4 + 2, '\0');
@@ -180,7 +167,7 @@ TEST(ArsenicErrors, PrimaryIndexPastTheBlock) {
     Crafter crafter;
     crafter.header(0x41, 0x73, 0);
     crafter.block(9, 500, [](CompressorMTFModel& m) { m.put(3); });
-    EXPECT_NE(failure(crafter.finish(0)), "");
+    EXPECT_NE(failure(crafter.finish(0)), "no exception");
 }
 
 // The header's block size is a promise: the buffers grow with what a block
@@ -231,13 +218,8 @@ TEST(ArsenicErrors, CompressorRefusesBadIndexes) {
     algorithm::arith::DCC95Coder coder(bits);
     CompressorMTFModel model(coder);
     for (int index : {0, 256, -1}) {
-        try {
-            model.put(index);
-            ADD_FAILURE() << index;
-        } catch (const un::exception& e) {
-            EXPECT_STREQ(e.what(), "invalid output symbol");
-            EXPECT_EQ(e.kind(), "ArsenicCompressorMTFModel");
-        }
+        EXPECT_EQ(test::failureOf([&] { model.put(index); }), "ArsenicCompressorMTFModel: invalid output symbol")
+            << index;
     }
 }
 

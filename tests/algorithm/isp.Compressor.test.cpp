@@ -7,6 +7,8 @@
 #include "algorithm/isp/isp.Compressor.h"
 #include "algorithm/isp/isp.TextDetector.h"
 #include "isp.Support.h"
+#include "support/failure.h"
+#include "support/streams.h"
 
 namespace {
 
@@ -29,13 +31,6 @@ std::vector<char> compress(const std::string& data, int level = Preprocessor::tk
     return packed;
 }
 
-std::string randomBytes(size_t n, uint32_t seed) {
-    std::mt19937 rng(seed);
-    std::string s(n, '\0');
-    for (auto& c : s) c = static_cast<char>(rng());
-    return s;
-}
-
 std::string text(size_t n) {
     static const char* words[] = {"window ", "history ", "the ", "match ", "literal ", "code\n", "table ", "a "};
     std::mt19937 rng(7);
@@ -48,13 +43,13 @@ std::string text(size_t n) {
 // Repeats at every distance class: a random block, then copies of pieces of
 // it from 1 up to 32000 bytes back.
 std::string distances() {
-    std::string s = randomBytes(33000, 3);
+    std::string s = test::noise(33000, 3);
     for (uint32_t d = 1; d <= 32000; d *= 2) {
         for (uint32_t extra : {0u, d / 3, d - 1}) {
             const uint32_t distance = std::max(1u, d + extra);
             const size_t from = s.size() - distance;
             for (size_t i = 0; i < 20; ++i) s.push_back(s[from + i]);
-            s += randomBytes(5, distance);
+            s += test::noise(5, distance);
         }
     }
     return s;
@@ -93,12 +88,12 @@ const RoundTrip roundTrips[] = {
     {"runOf1000", [] { return std::string(1000, 'z'); }},
     {"runs318And319", [] { return std::string(100000, '\0') + "x" + std::string(700, '\0'); }},
     {"everyDistanceClass", distances},
-    {"longerThanWindow", [] { return text(70000) + randomBytes(3000, 1) + text(70000); }},
-    {"random", [] { return randomBytes(150000, 2); }},
+    {"longerThanWindow", [] { return text(70000) + test::noise(3000, 1) + text(70000); }},
+    {"random", [] { return test::noise(150000, 2); }},
     {"text", [] { return text(150000); }},
     {"smallText", [] { return text(700); }},
-    {"smallBinary", [] { return randomBytes(300, 4) + std::string(300, '\x01') + randomBytes(300, 4); }},
-    {"resourceSize", [] { return randomBytes(2000, 5) + text(2500); }},
+    {"smallBinary", [] { return test::noise(300, 4) + std::string(300, '\x01') + test::noise(300, 4); }},
+    {"resourceSize", [] { return test::noise(2000, 5) + text(2500); }},
 };
 
 INSTANTIATE_TEST_SUITE_P(Data, ISPRoundTrip, ::testing::ValuesIn(roundTrips),
@@ -120,7 +115,7 @@ TEST(ISPCoder, SmallInputTakesAPreset) {
     const Header textual = header(compress(text(900)));
     EXPECT_EQ(textual.preset, 5);
     EXPECT_EQ(textual.distanceSymbols, 11);
-    const Header binary = header(compress(randomBytes(200, 9) + randomBytes(200, 9)));
+    const Header binary = header(compress(test::noise(200, 9) + test::noise(200, 9)));
     EXPECT_EQ(binary.preset, 4);
     EXPECT_EQ(header(compress(text(900), 4, true)).preset, 1);
     EXPECT_EQ(header(compress(text(2500), 4, true)).preset, 2);
@@ -135,7 +130,7 @@ TEST(ISPCoder, ChoosesOneOrTwoTables) {
     EXPECT_EQ(one.distanceSymbols, 16);
     // Letters and ten-byte copies by turns: after a literal comes a match,
     // after a match a letter. Two tables code that better.
-    std::string data = randomBytes(1000, 12);
+    std::string data = test::noise(1000, 12);
     std::mt19937 rng(11);
     for (int i = 0; i < 20000; ++i) {
         data += char('A' + rng() % 16);
@@ -148,8 +143,8 @@ TEST(ISPCoder, ChoosesOneOrTwoTables) {
 }
 
 TEST(ISPCoder, SizesTheHistoryToASmallInput) {
-    EXPECT_EQ(header(compress(randomBytes(20000, 1))).distanceSymbols, 16);  // 20479: 15 bits
-    EXPECT_EQ(header(compress(randomBytes(40000, 1))).distanceSymbols, 16);
+    EXPECT_EQ(header(compress(test::noise(20000, 1))).distanceSymbols, 16);  // 20479: 15 bits
+    EXPECT_EQ(header(compress(test::noise(40000, 1))).distanceSymbols, 16);
     EXPECT_EQ(header(compress(text(5000))).distanceSymbols, 14);  // 5119: 13 bits
 }
 
@@ -190,13 +185,7 @@ TEST(ISPPreprocessor, LongRunsTakeTheLongLengthSymbols) {
 
 template <typename F>
 void expectMessage(F f, const char* message, const char* kind) {
-    try {
-        f();
-        FAIL() << "no exception";
-    } catch (const algorithm::Exception& e) {
-        EXPECT_STREQ(e.what(), message);
-        EXPECT_EQ(e.kind(), kind);
-    }
+    EXPECT_EQ(test::failureOf(f), std::string(kind) + ": " + message);
 }
 
 TEST(ISPCompressor, Failures) {
@@ -242,7 +231,7 @@ private:
 };
 
 TEST(ISPCompressor, FileCompressorMatchesMemoryCompressor) {
-    const std::string data = text(100000) + randomBytes(5000, 8);
+    const std::string data = text(100000) + test::noise(5000, 8);
     Preprocessor p;
     Coder c;
     algorithm::isp::FileCompressor compressor(p, c);
@@ -262,20 +251,9 @@ TEST(ISPCompressor, FileCompressorMatchesMemoryCompressor) {
 
 // Damaged streams end in output or an algorithm::Exception, never a crash,
 // a hang or output without bound; a cut stream always throws.
-class DiscardOutput : public stream::Output {
-public:
-    using stream::Output::write;
-    void write(char) override { ++count_; }
-    void write(const char*, uint32_t n) override { count_ += n; }
-    uint64_t tell() const override { return count_; }
-
-private:
-    uint64_t count_ = 0;
-};
-
 std::vector<std::vector<char>> samples() {
-    return {compress(text(600)), compress(randomBytes(300, 6) + std::string(200, 'x')),
-            compress(text(5000) + randomBytes(500, 3), 6, true), compress(distances().substr(0, 4000))};
+    return {compress(text(600)), compress(test::noise(300, 6) + std::string(200, 'x')),
+            compress(text(5000) + test::noise(500, 3), 6, true), compress(distances().substr(0, 4000))};
 }
 
 TEST(ISPHostile, EveryTruncationThrows) {
@@ -285,7 +263,7 @@ TEST(ISPHostile, EveryTruncationThrows) {
         const size_t step = packed.size() < 600 ? 1 : 7;
         for (size_t n = 0; n < packed.size(); n += (n + 16 > packed.size() ? 1 : step)) {
             stream::ArrayInput in(packed.data(), uint32_t(n));
-            DiscardOutput out;
+            test::BoundedOutput out(~uint64_t(0));
             EXPECT_THROW(d.process(in, out), algorithm::Exception) << n << " of " << packed.size();
         }
     }
@@ -301,7 +279,7 @@ TEST(ISPHostile, ByteFlipsEndCleanly) {
             const int flips = 1 + int(rng() % 3);
             for (int f = 0; f < flips; ++f) packed[rng() % packed.size()] ^= char(1 + rng() % 255);
             stream::ArrayInput in(packed.data(), uint32_t(packed.size()));
-            DiscardOutput out;
+            test::BoundedOutput out(~uint64_t(0));
             try {
                 d.process(in, out);
                 ++completions;

@@ -16,6 +16,7 @@
 #include "stream/check/crc.CRC.h"
 #include "stream/stream.Array.h"
 #include "stream/stream.Vector.h"
+#include "support/streams.h"
 
 namespace {
 
@@ -187,22 +188,6 @@ TEST_P(ReduceFactors, LengthsAndDistancesOfEachFactor) {
 
 INSTANTIATE_TEST_SUITE_P(Factors, ReduceFactors, ::testing::Values(1, 2, 3, 4));
 
-// Counts what is written and stops a run that writes far more than allowed.
-class BoundedOutput : public stream::Output {
-public:
-    using stream::Output::write;
-    void write(char) override { add(1); }
-    void write(const char*, uint32_t count) override { add(count); }
-    uint64_t tell() const override { return count_; }
-
-private:
-    void add(uint64_t n) {
-        count_ += n;
-        if (count_ > 16u << 20) throw std::runtime_error("unbounded output");
-    }
-    uint64_t count_ = 0;
-};
-
 // Hostile input: the compressed data of each peer, cut at every length and
 // with random bytes flipped, ends in output or an algorithm::Exception, with
 // a count and without one.
@@ -218,7 +203,7 @@ TEST(LegacyHostile, TruncationsAndFlips) {
         auto decompressor = decompressorFor(h);
         auto run = [&](const std::vector<char>& data, uint64_t count) {
             stream::ArrayInput input(data.data(), static_cast<uint32_t>(data.size()));
-            BoundedOutput out;
+            test::BoundedOutput out(16u << 20);
             try {
                 uint64_t n = count == stream::all ? decompressor->process(input, out)
                                                   : decompressor->process(input, out, count);

@@ -3,43 +3,24 @@
 #include <gtest/gtest.h>
 
 #include <bzlib.h>
-#include <sys/wait.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 
+#include "cli.Shell.h"
 #include "plugin/plugin.Support.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-using plugintest::TempDir;
+using clitest::Outcome;
+using clitest::quote;
 using plugintest::readFile;
+using plugintest::TempDir;
 using plugintest::writeFile;
 
 const std::string kSamples = std::string(CRATEWERK_TEST_DATA) + "/cli";
-
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-std::string quote(const std::string& s) {
-    std::string q = "'";
-    for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return q + "'";
-}
-
-Outcome run(const std::string& arguments, const std::string& environment = "") {
-    TempDir dir;
-    std::string command = environment + " " + quote(CRATEWERK_PROGRAM) + " " + arguments + " </dev/null >" +
-                          quote(dir / "out") + " 2>" + quote(dir / "err");
-    int raw = std::system(command.c_str());
-    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(dir / "out"), readFile(dir / "err")};
-}
 
 struct Case {
     std::string arguments;
@@ -54,7 +35,7 @@ TEST_P(Statuses, AndMessages) {
     const Case& c = GetParam();
     std::string arguments = c.arguments;
     for (size_t at; (at = arguments.find("{samples}")) != std::string::npos;) arguments.replace(at, 9, kSamples);
-    Outcome r = run(arguments);
+    Outcome r = clitest::tool(arguments);
     EXPECT_EQ(r.status, c.status) << arguments << "\n" << r.err;
     if (c.out != "*") {
         EXPECT_EQ(r.out, c.out) << arguments;
@@ -88,19 +69,19 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(Commands, EveryCommandHasHelp) {
     for (const char* command : {"expand", "x", "list", "l", "identify", "tuck", "zip", "compress", "call", "version"}) {
-        Outcome r = run(std::string(command) + " --help");
+        Outcome r = clitest::tool(std::string(command) + " --help");
         EXPECT_EQ(r.status, 0) << command;
         EXPECT_EQ(r.out.rfind("usage: cratewerk ", 0), 0u) << command;
     }
 }
 
 TEST(Commands, IdentifyNamesFormatsAndOffsets) {
-    Outcome r = run("identify " + quote(kSamples + "/bla.zip") + " " + quote(kSamples + "/bla.tgz"));
+    Outcome r = clitest::tool("identify " + quote(kSamples + "/bla.zip") + " " + quote(kSamples + "/bla.tgz"));
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.out.find("bla.zip: "), std::string::npos);
     EXPECT_NE(r.out.find("(zip) at offset 0"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("(gz) at offset 0"), std::string::npos) << r.out;
-    Outcome missing = run("identify /nonexistent/file.zip");
+    Outcome missing = clitest::tool("identify /nonexistent/file.zip");
     EXPECT_EQ(missing.status, 1);
     EXPECT_NE(missing.err.find("cratewerk: "), std::string::npos);
 }
@@ -108,8 +89,8 @@ TEST(Commands, IdentifyNamesFormatsAndOffsets) {
 TEST(Commands, CallUsesTheScriptedChooserWhenOneIsNamed) {
     TempDir dir;
     writeFile(dir / "script", "choose /picked/path\n");
-    Outcome r = run("call CRwrk-GetPath '-newFile'", "CRATEWERK_UI_SCRIPT=" + quote(dir / "script") +
-                                                   " CRATEWERK_UI_LOG=" + quote(dir / "log"));
+    Outcome r = clitest::tool("call CRwrk-GetPath '-newFile'", "CRATEWERK_UI_SCRIPT=" + quote(dir / "script") +
+                                                                   " CRATEWERK_UI_LOG=" + quote(dir / "log"));
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.out, "/picked/path\n");
     EXPECT_EQ(readFile(dir / "log"), "ChooseNewFile: \n");
@@ -120,14 +101,14 @@ TEST(Commands, CallUsesTheScriptedChooserWhenOneIsNamed) {
 TEST(Commands, AnItemThatCannotBeExpandedIsNamedAndTheRestExpands) {
     plugintest::TempDir dir;
     fs::copy_file(kSamples + "/mixed-methods.zip", dir / "mixed.zip");
-    Outcome r = run("expand -q " + (dir / "mixed.zip"));
+    Outcome r = clitest::tool("expand -q " + (dir / "mixed.zip"));
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(r.out, dir / "m" + "\n");
     EXPECT_EQ(r.err, "cratewerk: " + dir / "mixed.zip" + ": bzip2-compressed Zip entries are not supported: m/a.txt\n");
     EXPECT_FALSE(fs::exists(dir / "m/a.txt"));
     EXPECT_EQ(plugintest::readFile(dir / "m/b.txt"), "stored\n");
 
-    Outcome call = run("call CRwrk-Expand '" + dir / "mixed.zip" + "|" + dir / "host" + "'");
+    Outcome call = clitest::tool("call CRwrk-Expand '" + dir / "mixed.zip" + "|" + dir / "host" + "'");
     EXPECT_EQ(call.out, "-1|unsupported compression method in zip reader|\n");
 }
 
@@ -144,33 +125,33 @@ TEST(Commands, TheBombGuardRefusesAndMaxRatioLiftsIt) {
     const std::string refusal =
         "data expands to more than 1000 times its compressed size; refused as a possible decompression bomb";
 
-    Outcome refused = run("expand -q " + (dir / "zeros.bz2"));
+    Outcome refused = clitest::tool("expand -q " + (dir / "zeros.bz2"));
     EXPECT_EQ(refused.status, 1);
     EXPECT_EQ(refused.err,
               "cratewerk: " + dir / "zeros.bz2" + ": " + refusal +
                   "\ncratewerk: --max-ratio=0 expands what the guard refused (--max-ratio=N allows N:1)\n");
     EXPECT_FALSE(fs::exists(dir / "zeros"));
-    Outcome listed = run("list " + (dir / "zeros.bz2"));
+    Outcome listed = clitest::tool("list " + (dir / "zeros.bz2"));
     EXPECT_EQ(listed.status, 1);
     EXPECT_NE(listed.err.find(refusal), std::string::npos) << listed.err;
 
-    Outcome lifted = run("expand -q --max-ratio=0 " + (dir / "zeros.bz2"));
+    Outcome lifted = clitest::tool("expand -q --max-ratio=0 " + (dir / "zeros.bz2"));
     EXPECT_EQ(lifted.status, 0) << lifted.err;
     EXPECT_EQ(fs::file_size(dir / "zeros"), zeros.size());
-    EXPECT_EQ(run("list --max-ratio 0 " + (dir / "zeros.bz2")).status, 0);
+    EXPECT_EQ(clitest::tool("list --max-ratio 0 " + (dir / "zeros.bz2")).status, 0);
 
-    Outcome call = run("call CRwrk-Expand '" + dir / "zeros.bz2" + "|" + dir / "host" + "'");
+    Outcome call = clitest::tool("call CRwrk-Expand '" + dir / "zeros.bz2" + "|" + dir / "host" + "'");
     EXPECT_EQ(call.out, "-1|" + refusal + "|\n");
 }
 
 TEST(Commands, ListShowsTheCommentEscapesNamesAndGivesScriptsTheDetails) {
-    Outcome text = run("list " + kSamples + "/listing.zip");
+    Outcome text = clitest::tool("list " + kSamples + "/listing.zip");
     EXPECT_EQ(text.status, 0) << text.err;
     EXPECT_NE(text.out.find("\ncomment: made by hand\n"), std::string::npos) << text.out;
     EXPECT_NE(text.out.find("  file       tab\\x09here\n"), std::string::npos) << text.out;
     EXPECT_NE(text.out.find("  link       link\n"), std::string::npos) << text.out;
 
-    Outcome json = run("list --json " + kSamples + "/listing.zip");
+    Outcome json = clitest::tool("list --json " + kSamples + "/listing.zip");
     EXPECT_EQ(json.status, 0) << json.err;
     for (const char* needle : {"{\"name\": \"tab\\u0009here\", \"type\": \"file\", \"size\": 1, \"compressed\": 3",
                                "\"method\": \"deflated\", \"crc\": \"8cdc1683\", \"mode\": \"100640\"}",

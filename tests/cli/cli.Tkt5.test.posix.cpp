@@ -3,62 +3,28 @@
 // the host emulator, each expanding to exactly the same tree.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
-#include <cstdlib>
 #include <filesystem>
 #include <map>
-#include <random>
 #include <string>
 
+#include "cli.Shell.h"
 #include "plugin/plugin.Support.h"
+#include "support/streams.h"
 #include "support/tkt5.Builder.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using clitest::Outcome;
+using clitest::quote;
+using clitest::run;
 using plugintest::readFile;
 using plugintest::TempDir;
 using plugintest::writeFile;
+using test::treeOf;
 using test::tkt5::Builder;
 using test::tkt5::Item;
 using Tree = std::map<std::string, std::string>;  // relative path, content ("/" for a folder)
-
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-std::string quote(const std::string& s) {
-    std::string q = "'";
-    for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return q + "'";
-}
-
-Outcome run(const std::string& program, const std::string& arguments) {
-    TempDir dir;
-    std::string command = quote(program) + " " + arguments + " </dev/null >" + quote(dir / "out") + " 2>" +
-                          quote(dir / "err");
-    int raw = std::system(command.c_str());
-    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(dir / "out"), readFile(dir / "err")};
-}
-
-Tree treeOf(const std::string& root) {
-    Tree tree;
-    for (const auto& entry : fs::recursive_directory_iterator(root)) {
-        std::string relative = fs::relative(entry.path(), root).string();
-        tree[relative] = entry.is_directory() ? "/" : readFile(entry.path().string());
-    }
-    return tree;
-}
-
-std::string text(size_t n, uint32_t seed) {
-    std::mt19937 random(seed);
-    std::string s(n, ' ');
-    for (char& c : s) c = "abcdefgh \n"[random() % 10];
-    return s;
-}
 
 struct Sample {
     std::string archive;
@@ -66,7 +32,8 @@ struct Sample {
 };
 
 Sample sample() {
-    const std::string a = text(70000, 1), b = text(5000, 2), c = text(1, 3), rsrc = text(700, 4);
+    const std::string a = test::words(70000, 1), b = test::words(5000, 2), c = test::words(1, 3),
+                      rsrc = test::words(700, 4);
     Item mac = Item::macFile("Letter", b, rsrc, "TEXT", "ttxt", test::tkt5::arsenic);
     std::vector<Item> tree = {Item::dir(
         "Project", {Item::file("stored.txt", a), Item::file("isp.txt", a, test::tkt5::isp),
@@ -98,10 +65,10 @@ void expectTree(const std::string& root, const Tree& expected) {
             EXPECT_EQ(found[path], content) << path;
         }
     }
-    EXPECT_NE(found["Project/._Letter"].find(text(700, 4)), std::string::npos);
+    EXPECT_NE(found["Project/._Letter"].find(test::words(700, 4)), std::string::npos);
 }
 
-TEST(Tkt5EndToEnd, CratewerkExpand) {
+TEST(Tkt5EndToEnd, TheToolTheCallAndThePlugInExpandAlike) {
     TempDir dir;
     Sample s = sample();
     writeFile(dir / "a.tkt", s.archive);
@@ -110,32 +77,21 @@ TEST(Tkt5EndToEnd, CratewerkExpand) {
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out, dir / "dest/Project" + "\n");
     expectTree(dir / "dest", s.expected);
+    // The same call through the tool and through the plug-in in the host emulator.
+    const std::string call = "CRwrk-Expand " + quote(dir / "a.tkt" + "|" + dir / "called");
+    for (const auto& [program, arguments] : {std::pair<std::string, std::string>{CRATEWERK_PROGRAM, "call " + call},
+                                             {FMHOST_PROGRAM, quote(CRATEWERK_PLUGIN_LIBRARY) + " " + call}}) {
+        fs::create_directories(dir / "called");
+        Outcome other = run(program, arguments);
+        EXPECT_EQ(other.status, 0) << program << other.err << other.out;
+        expectTree(dir / "called", s.expected);
+        fs::remove_all(dir / "called");
+    }
     // Left to the format, a file with a resource fork comes out as MacBinary.
     Outcome bin = run(CRATEWERK_PROGRAM, "expand -q --macbinary=auto " + quote(dir / "a.tkt") + " " + quote(dir / "b"));
     EXPECT_EQ(bin.status, 0) << bin.err;
     EXPECT_EQ(fs::file_size(dir / "b/Project/Letter.bin"), 128u + 5120u + 768u);
     EXPECT_FALSE(fs::exists(dir / "b/Project/Letter"));
-}
-
-TEST(Tkt5EndToEnd, CratewerkCallExpand) {
-    TempDir dir;
-    Sample s = sample();
-    writeFile(dir / "a.tkt", s.archive);
-    fs::create_directories(dir / "dest");
-    Outcome r = run(CRATEWERK_PROGRAM, "call CRwrk-Expand " + quote(dir / "a.tkt" + "|" + dir / "dest"));
-    EXPECT_EQ(r.status, 0) << r.err << r.out;
-    expectTree(dir / "dest", s.expected);
-}
-
-TEST(Tkt5EndToEnd, PluginThroughTheHost) {
-    TempDir dir;
-    Sample s = sample();
-    writeFile(dir / "a.tkt", s.archive);
-    fs::create_directories(dir / "dest");
-    Outcome r = run(FMHOST_PROGRAM,
-                    quote(CRATEWERK_PLUGIN_LIBRARY) + " CRwrk-Expand " + quote(dir / "a.tkt" + "|" + dir / "dest"));
-    EXPECT_EQ(r.status, 0) << r.err << r.out;
-    expectTree(dir / "dest", s.expected);
 }
 
 TEST(Tkt5EndToEnd, CratewerkList) {

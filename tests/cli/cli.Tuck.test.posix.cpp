@@ -3,65 +3,32 @@
 // fail or are cancelled leaving nothing behind.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
-#include <cstdlib>
 #include <filesystem>
 #include <map>
-#include <random>
 #include <string>
 
+#include "cli.Shell.h"
 #include "io/io.ntfs.Rsrc.h"
 #include "plugin/plugin.Support.h"
+#include "support/streams.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using clitest::Outcome;
+using clitest::quote;
 using plugintest::readFile;
 using plugintest::TempDir;
 using plugintest::writeFile;
+using test::treeOf;
 using Tree = std::map<std::string, std::string>;
-
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-std::string quote(const std::string& s) {
-    std::string q = "'";
-    for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return q + "'";
-}
-
-Outcome run(const std::string& arguments, const std::string& environment = "") {
-    TempDir dir;
-    std::string command = environment + " " + quote(CRATEWERK_PROGRAM) + " " + arguments + " </dev/null >" +
-                          quote(dir / "out") + " 2>" + quote(dir / "err");
-    int raw = std::system(command.c_str());
-    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(dir / "out"), readFile(dir / "err")};
-}
-
-Tree treeOf(const std::string& root) {
-    Tree tree;
-    for (const auto& entry : fs::recursive_directory_iterator(root))
-        tree[fs::relative(entry.path(), root).string()] = entry.is_directory() ? "/" : readFile(entry.path().string());
-    return tree;
-}
-
-std::string noise(size_t n, uint32_t seed) {
-    std::mt19937 random(seed);
-    std::string s(n, '\0');
-    for (char& c : s) c = static_cast<char>(random() % 7 + 'a');
-    return s;
-}
 
 class Tuck : public ::testing::Test {
 protected:
     void SetUp() override {
         fs::create_directories(dir / "src/sub/empty");
         writeFile(dir / "src/a.txt", "alpha\n");
-        writeFile(dir / "src/sub/b", noise(300000, 1));
+        writeFile(dir / "src/sub/b", test::words(300000, 1));
         writeFile(dir / "loose", "at the top");
     }
     TempDir dir;
@@ -71,11 +38,11 @@ TEST_F(Tuck, SourcesGoInAtTheTopAndExpandExactly) {
     for (const char* method : {"", "--method=stored", "--method isp", "--method arsenic"}) {
         fs::remove_all(dir / "out");
         fs::remove(dir / "both.tkt");
-        Outcome made = run(std::string("tuck -q ") + method + " " + quote(dir / "src") + " " + quote(dir / "loose") +
-                           " -o " + quote(dir / "both.tkt"));
+        Outcome made = clitest::tool(std::string("tuck -q ") + method + " " + quote(dir / "src") + " " +
+                                     quote(dir / "loose") + " -o " + quote(dir / "both.tkt"));
         ASSERT_EQ(made.status, 0) << method << made.err;
         EXPECT_EQ(made.out, dir / "both.tkt" + "\n");
-        Outcome back = run("expand -q " + quote(dir / "both.tkt") + " " + quote(dir / "out"));
+        Outcome back = clitest::tool("expand -q " + quote(dir / "both.tkt") + " " + quote(dir / "out"));
         ASSERT_EQ(back.status, 0) << back.err;
         Tree expected = treeOf(dir / "src");
         Tree got = treeOf(dir / "out");
@@ -87,14 +54,14 @@ TEST_F(Tuck, SourcesGoInAtTheTopAndExpandExactly) {
 
 TEST_F(Tuck, WhatExistsIsNeverReplaced) {
     writeFile(dir / "src.tkt", "someone else's");
-    Outcome made = run("tuck -q " + quote(dir / "src"));
+    Outcome made = clitest::tool("tuck -q " + quote(dir / "src"));
     EXPECT_EQ(made.status, 0) << made.err;
     EXPECT_EQ(made.out, dir / "src_1.tkt" + "\n");
     EXPECT_EQ(readFile(dir / "src.tkt"), "someone else's");
     // An archive named inside its own source is not stored in itself.
-    Outcome inside = run("tuck -q " + quote(dir / "src") + " -o " + quote(dir / "src/self.tkt"));
+    Outcome inside = clitest::tool("tuck -q " + quote(dir / "src") + " -o " + quote(dir / "src/self.tkt"));
     EXPECT_EQ(inside.status, 0) << inside.err;
-    Outcome listed = run("list " + quote(dir / "src/self.tkt"));
+    Outcome listed = clitest::tool("list " + quote(dir / "src/self.tkt"));
     EXPECT_EQ(listed.status, 0);
     EXPECT_NE(listed.out.find("  src/a.txt\n"), std::string::npos) << listed.out;
     EXPECT_EQ(listed.out.find("  src/self.tkt\n"), std::string::npos) << listed.out;
@@ -114,17 +81,18 @@ TEST_F(Tuck, PasswordsAndForks) {
     // ISP would lose the fork, so that file takes Arsenic, and says so. A
     // password leaves the fork's record without a key: the fork is stored, but
     // cannot be expanded again, and the tool says that too.
-    Outcome made = run("tuck -q --method=isp -p secret " + quote(dir / "src") + " -o " + quote(dir / "x.tkt"));
+    Outcome made =
+        clitest::tool("tuck -q --method=isp -p secret " + quote(dir / "src") + " -o " + quote(dir / "x.tkt"));
     ASSERT_EQ(made.status, 0) << made.err;
     EXPECT_EQ(made.err, "cratewerk: warning: " + path + " has a resource fork; it is stored with Arsenic\n" +
                             "cratewerk: warning: " + path +
                             " has a resource fork; under a password it cannot be expanded again\n");
-    EXPECT_EQ(run("expand -q -p wrong " + quote(dir / "x.tkt") + " " + quote(dir / "bad")).err,
+    EXPECT_EQ(clitest::tool("expand -q -p wrong " + quote(dir / "x.tkt") + " " + quote(dir / "bad")).err,
               "cratewerk: " + dir / "x.tkt" + ": password mismatch in tkt5 reader\n");
-    EXPECT_EQ(run("expand -q -p secret " + quote(dir / "x.tkt") + " " + quote(dir / "bad")).status, 1);
+    EXPECT_EQ(clitest::tool("expand -q -p secret " + quote(dir / "x.tkt") + " " + quote(dir / "bad")).status, 1);
 
-    ASSERT_EQ(run("tuck -q --method=isp " + quote(dir / "src") + " -o " + quote(dir / "y.tkt")).status, 0);
-    Outcome back = run("expand -q --macbinary=never " + quote(dir / "y.tkt") + " " + quote(dir / "out"));
+    ASSERT_EQ(clitest::tool("tuck -q --method=isp " + quote(dir / "src") + " -o " + quote(dir / "y.tkt")).status, 0);
+    Outcome back = clitest::tool("expand -q --macbinary=never " + quote(dir / "y.tkt") + " " + quote(dir / "out"));
     ASSERT_EQ(back.status, 0) << back.err;
     io::ntfs::Rsrc copy(dir / "out/src/Doc");
     copy.open();
@@ -155,7 +123,7 @@ TEST_F(Tuck, FailedAndCancelledRunsLeaveNothing) {
     for (const Case& c : cases) {
         if (c.status == 1 && c.err.find("dangling") != std::string::npos)
             fs::create_symlink(dir / "nowhere", dir / "src/sub/dangling");
-        Outcome r = run(c.arguments, c.environment);
+        Outcome r = clitest::tool(c.arguments, c.environment);
         EXPECT_EQ(r.status, c.status) << c.arguments;
         if (c.status == 2)
             EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
@@ -173,11 +141,11 @@ using Zip = Tuck;
 
 TEST_F(Zip, NamesLikeTuckAndLeavesNothingWhenItFails) {
     writeFile(dir / "src.zip", "someone else's");
-    Outcome made = run("zip -q -r -9 " + quote(dir / "src") + " " + quote(dir / "loose"));
+    Outcome made = clitest::tool("zip -q -r -9 " + quote(dir / "src") + " " + quote(dir / "loose"));
     EXPECT_EQ(made.status, 0) << made.err;
     EXPECT_EQ(made.out, dir / "src_1.zip" + "\n");
     EXPECT_EQ(readFile(dir / "src.zip"), "someone else's");
-    Outcome listed = run("list " + quote(dir / "src_1.zip"));
+    Outcome listed = clitest::tool("list " + quote(dir / "src_1.zip"));
     EXPECT_NE(listed.out.find("  src/sub/b\n"), std::string::npos) << listed.out;
     EXPECT_NE(listed.out.find("  loose\n"), std::string::npos) << listed.out;
     fs::remove(dir / "src_1.zip");
@@ -185,10 +153,10 @@ TEST_F(Zip, NamesLikeTuckAndLeavesNothingWhenItFails) {
 
     writeFile(dir / "script", "cancel-at 100000\n");
     const Outcome cases[] = {
-        run("zip"),
-        run("zip -x " + quote(dir / "src")),
-        run("zip " + quote(dir / "missing")),
-        run("zip " + quote(dir / "src"), "CRATEWERK_UI_SCRIPT=" + quote(dir / "script")),
+        clitest::tool("zip"),
+        clitest::tool("zip -x " + quote(dir / "src")),
+        clitest::tool("zip " + quote(dir / "missing")),
+        clitest::tool("zip " + quote(dir / "src"), "CRATEWERK_UI_SCRIPT=" + quote(dir / "script")),
     };
     EXPECT_EQ(cases[0].status, 2);
     EXPECT_NE(cases[0].err.find("zip needs at least one source"), std::string::npos) << cases[0].err;

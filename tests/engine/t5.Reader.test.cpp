@@ -6,17 +6,18 @@
 #include <string>
 #include <vector>
 
-#include "engine.Scratch.h"
 #include "engine/engine5.FormatReader.h"
 #include "engine/engine5.ReaderProgressListener.h"
 #include "engine/t5.Reader.h"
 #include "format/format.Number.h"
 #include "io/io.File.h"
 #include "stream/stream.Input.h"
+#include "support/failure.h"
+#include "support/scratch.h"
 
 namespace {
 
-using enginetest::Scratch;
+using test::Scratch;
 namespace ex = tuckett5::exception;
 
 // Two "members" of 20 bytes, each starting like a gzip file.
@@ -115,17 +116,6 @@ public:
     }
 };
 
-template <typename E, typename F>
-void expectThrow(F action, const std::string& message, const std::string& kind) {
-    try {
-        action();
-        FAIL() << "nothing thrown, expected: " << message;
-    } catch (const E& caught) {
-        EXPECT_EQ(caught.message(), message);
-        EXPECT_EQ(caught.kind(), kind);
-    }
-}
-
 class ReaderTest : public testing::Test {
 protected:
     Scratch scratch;
@@ -135,32 +125,27 @@ protected:
     void SetUp() override { reader.outputFolder(scratch.path("out")); }
 };
 
-TEST_F(ReaderTest, ScanOrDecodeNeverOpenedAsksForClassification) {
-    expectThrow<ex::BadArgument>([&] { reader.scan(); }, "call to classify an archive without an open archive",
-                                 "Bad argument");
-    expectThrow<ex::BadArgument>([&] { reader.decode(); }, "call to classify an archive without an open archive",
-                                 "Bad argument");
-}
-
-TEST_F(ReaderTest, ScanAfterCloseOfAClassifiedReader) {
+TEST_F(ReaderTest, RefusalsBeforeAnyItem) {
+    // Never opened, and closed after classification.
+    for (auto step : {&tuckett5::Reader::scan, &tuckett5::Reader::decode})
+        EXPECT_EQ(test::failureOf([&] { (reader.*step)(); }),
+                  "Bad argument: call to classify an archive without an open archive");
     reader.open(archive);
     reader.classify();
     EXPECT_EQ(reader.archiveInfo.format, format::number::gz);
     reader.close();
     EXPECT_FALSE(reader.isOpen);
-    expectThrow<ex::BadArgument>([&] { reader.scan(); }, "call to scan an archive without an open archive",
-                                 "Bad argument");
-}
+    EXPECT_EQ(test::failureOf([&] { reader.scan(); }), "Bad argument: call to scan an archive without an open archive");
 
-TEST_F(ReaderTest, UnknownFormatOpensAndFailsToScan) {
+    // A file of no format opens and fails to scan.
     reader.open(scratch.write("plain.txt", "just some words\n"));
-    expectThrow<ex::UnsupportedFormat>([&] { reader.scan(); }, "archive format is not supported", "Unsupported format");
+    EXPECT_EQ(test::failureOf([&] { reader.scan(); }), "Unsupported format: archive format is not supported");
     EXPECT_EQ(reader.archiveInfo.format, 0);
     EXPECT_EQ(reader.error, 0);
     EXPECT_TRUE(reader.isClassified);
-}
+    reader.close();
 
-TEST_F(ReaderTest, MissingArchiveIsAnInputFailure) {
+    // A missing archive is an input failure that names it.
     try {
         reader.open(scratch.path("missing.gz"));
         FAIL();
@@ -171,13 +156,6 @@ TEST_F(ReaderTest, MissingArchiveIsAnInputFailure) {
     EXPECT_FALSE(reader.isOpen);
 }
 
-TEST_F(ReaderTest, FormatWithoutReaderIsNotSupported) {
-    tuckett5::Reader plain;
-    plain.open(scratch.write("two.z", std::string("\x1f\x1e\0\0\0\x03", 6) + "payload"));
-    expectThrow<ex::UnsupportedFormat>([&] { plain.scan(); }, "archive format is not supported", "Unsupported format");
-    plain.close();
-}
-
 TEST(FormatRegistry, AFormatWithoutReaderIsNotSupported) {
     // A packed file is named by its bytes but has no reader in this build.
     Scratch scratch;
@@ -186,7 +164,7 @@ TEST(FormatRegistry, AFormatWithoutReaderIsNotSupported) {
     reader.open(path);
     reader.classify();
     EXPECT_EQ(reader.archiveInfo.format, format::number::pack);
-    expectThrow<ex::UnsupportedFormat>([&] { reader.scan(); }, "archive format is not supported", "Unsupported format");
+    EXPECT_EQ(test::failureOf([&] { reader.scan(); }), "Unsupported format: archive format is not supported");
     reader.close();
 }
 
@@ -243,7 +221,7 @@ TEST_F(ReaderTest, FirstListenerAnsweringFalseStopsTheWalkAndEvacuates) {
     reader.add(static_cast<tuckett5::event::ProgressSizeMoveListener*>(&first));
     reader.add(static_cast<tuckett5::event::ProgressSizeMoveListener*>(&second));
     reader.open(archive);
-    expectThrow<ex::Evacuation>([&] { reader.decode(); }, "", "Evacuation");
+    EXPECT_EQ(test::failureOf([&] { reader.decode(); }), "Evacuation: ");
     EXPECT_EQ(first.moves.size(), 1u);
     EXPECT_TRUE(second.moves.empty());
     reader.close();

@@ -5,6 +5,7 @@
 #include "format/format.data.h"
 #include "stream/stream.Array.h"
 #include "stream/stream.Vector.h"
+#include "support/failure.h"
 
 namespace {
 
@@ -36,13 +37,8 @@ TEST(OSType, HighBytesAreSignExtended) {
 TEST(OSType, ReadNeedsFourBytes) {
     stream::ArrayInput in("abc", 3);
     format::data::OSType type;
-    try {
-        type.read(in, true);
-        FAIL();
-    } catch (const format::Exception& e) {
-        EXPECT_STREQ("format::data::OSType::read() cannot read from a stream with fewer than four characters", e.what());
-        EXPECT_EQ("format", e.kind());
-    }
+    EXPECT_EQ("format: format::data::OSType::read() cannot read from a stream with fewer than four characters",
+              test::failureOf([&] { type.read(in, true); }));
 }
 
 TEST(FinderInfo, DefaultLayouts) {

@@ -2,18 +2,14 @@
 // classify to their format at the right offset.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
-
-#include <unistd.h>
 
 #include "engine/engine5.MultiClassifier.h"
 #include "format/format.Classifier.h"
 #include "format/format.Number.h"
 
+#include "interop.Shell.h"
 #include "support/scratch.h"
 
 namespace {
@@ -27,8 +23,8 @@ struct Found {
 };
 
 std::vector<char> readAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::vector<char>(std::istreambuf_iterator<char>(in), {});
+    const std::string bytes = interop::readFile(path);
+    return std::vector<char>(bytes.begin(), bytes.end());
 }
 
 Found classify(std::vector<char> block) {
@@ -40,27 +36,6 @@ Found classify(std::vector<char> block) {
     if (!multi.winner) return {0, multi.offset, false};
     return {multi.winner->format, multi.offset, multi.winner->encrypted.isSet() && multi.winner->encrypted()};
 }
-
-bool have(const std::string& program) {
-    return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0;
-}
-
-// A scratch folder with a small text file in it, removed at the end.
-class Scratch : public test::Scratch {
-public:
-    Scratch() : test::Scratch("cratewerk-classify-"), dir_(str()) {
-        std::ofstream text(dir_ + "/a.txt");
-        for (int i = 0; i < 200; ++i) text << "line " << i << " of a small text to archive\n";
-    }
-    // Runs the command in the folder; answers whether it succeeded.
-    bool run(const std::string& command) const {
-        return std::system(("cd '" + dir_ + "' && (" + command + ") >/dev/null 2>&1").c_str()) == 0;
-    }
-    std::string path(const std::string& name) const { return dir_ + "/" + name; }
-
-private:
-    std::string dir_;
-};
 
 struct Made {
     const char* name;
@@ -75,9 +50,12 @@ class MadeByPeer : public testing::TestWithParam<Made> {};
 
 TEST_P(MadeByPeer, Classifies) {
     const Made& made = GetParam();
-    if (!have(made.program)) GTEST_SKIP() << made.program << " is not installed";
-    Scratch scratch;
-    ASSERT_TRUE(scratch.run(made.command)) << made.command;
+    if (!interop::have(made.program)) GTEST_SKIP() << made.program << " is not installed";
+    test::Scratch scratch;
+    std::string text;
+    for (int i = 0; i < 200; ++i) text += "line " + std::to_string(i) + " of a small text to archive\n";
+    scratch.write("a.txt", text);
+    ASSERT_EQ(interop::run(made.command, scratch.path()).status, 0) << made.command;
     Found found = classify(readAll(scratch.path("out")));
     EXPECT_EQ(found.format, made.format) << format::name(found.format);
     EXPECT_EQ(found.offset, made.offset);

@@ -15,15 +15,7 @@ using iotest::Scratch;
 
 namespace {
 
-std::string messageOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const io::Exception& e) {
-        EXPECT_EQ(e.kind(), "I/O");
-        return e.what();
-    }
-    return "(nothing thrown)";
-}
+std::string messageOf(const std::function<void()>& action) { return iotest::failure<io::Exception>(action); }
 
 void setVariable(const char* name, const char* value) {
 #ifdef _WIN32

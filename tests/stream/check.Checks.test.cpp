@@ -60,14 +60,6 @@ TEST(CRC, ByteAndBlockFormsAgreeAndBeginReturnsToTheSeed) {
     EXPECT_EQ(0x12345678u, a.value());
 }
 
-TEST(MacBinaryTable, IsTheForwardTable) {
-    EXPECT_EQ(0x0000, algorithm::crc::MacBinaryTable::table[0]);
-    EXPECT_EQ(0x1021, algorithm::crc::MacBinaryTable::table[1]);
-    EXPECT_EQ(0x2042, algorithm::crc::MacBinaryTable::table[2]);
-    EXPECT_EQ(0x3063, algorithm::crc::MacBinaryTable::table[3]);
-    EXPECT_EQ(0x1EF0, algorithm::crc::MacBinaryTable::table[255]);
-}
-
 TEST(CRCStreams, FeedWhatPasses) {
     std::string data = test::pattern(300);
     algorithm::crc::EthernetCRC whole;

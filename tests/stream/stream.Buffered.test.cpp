@@ -4,32 +4,20 @@
 #include "stream/stream.BufferedOutput.h"
 #include "stream/stream.Exception.h"
 #include "stream/stream.Vector.h"
+#include "support/failure.h"
 #include "support/streams.h"
 
 namespace {
 
 constexpr uint32_t capacity = 16;
 
-TEST(BufferedInput, ZeroCapacityIsRefused) {
+TEST(Buffered, ZeroCapacityIsRefused) {
     test::CountingInput source("abc");
-    try {
-        stream::BufferedInput in(source, 0);
-        FAIL();
-    } catch (const stream::Exception& e) {
-        EXPECT_STREQ("zero buffer size in stream::BufferedInput", e.what());
-        EXPECT_EQ("stream", e.kind());
-    }
-}
-
-TEST(BufferedOutput, ZeroCapacityIsRefused) {
     test::RecordingOutput sink;
-    try {
-        stream::BufferedOutput out(sink, 0);
-        FAIL();
-    } catch (const stream::Exception& e) {
-        EXPECT_STREQ("zero buffer size in stream::BufferedOutput", e.what());
-        EXPECT_EQ("stream", e.kind());
-    }
+    EXPECT_EQ(test::failureOf([&] { stream::BufferedInput(source, 0); }),
+              "stream: zero buffer size in stream::BufferedInput");
+    EXPECT_EQ(test::failureOf([&] { stream::BufferedOutput(sink, 0); }),
+              "stream: zero buffer size in stream::BufferedOutput");
 }
 
 // Block reads around the capacity, on a fresh buffer: below it the buffer is

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <random>
 #include <sstream>
 #include <string>
@@ -31,6 +32,7 @@ public:
     Scratch& operator=(const Scratch&) = delete;
 
     const std::filesystem::path& path() const { return path_; }
+    std::string path(const std::string& relative) const { return *this / relative; }
     std::string str() const { return path_.string(); }
     // A name below the folder, written with "/", in the platform's form.
     // The join is made on the bytes: a name in the ANSI code page must not be
@@ -64,5 +66,15 @@ public:
 private:
     std::filesystem::path path_;
 };
+
+// Every item below `root`, by its path relative to it written with "/": a
+// file with its bytes, a folder with "/".
+inline std::map<std::string, std::string> treeOf(const std::string& root) {
+    std::map<std::string, std::string> tree;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root))
+        tree[std::filesystem::relative(entry.path(), root).generic_string()] =
+            entry.is_directory() ? "/" : Scratch::read(entry.path().string());
+    return tree;
+}
 
 }  // namespace test

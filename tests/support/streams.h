@@ -1,8 +1,11 @@
 #pragma once
 
 // Small streams for tests: a source that counts the calls made on it and may
-// answer block reads short, and a sink that records what reaches it and how.
+// answer block reads short, a sink that records what reaches it and how, and
+// one that only counts; and the data to feed them.
 
+#include <random>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -59,6 +62,42 @@ public:
     std::vector<uint32_t> blockWrites;
     int flushes = 0;
 };
+
+// Counts what reaches it and keeps nothing. A run that writes more than
+// `limit` bytes is stopped: no stream under test could hold that much.
+class BoundedOutput : public stream::Output {
+public:
+    explicit BoundedOutput(uint64_t limit = uint64_t(64) << 20) : limit_(limit) {}
+    using stream::Output::write;
+    void write(char) override { add(1); }
+    void write(const char*, uint32_t count) override { add(count); }
+    uint64_t tell() const override { return count_; }
+
+private:
+    void add(uint64_t n) {
+        count_ += n;
+        if (count_ > limit_) throw std::runtime_error("unbounded output");
+    }
+    uint64_t limit_;
+    uint64_t count_ = 0;
+};
+
+// Bytes that do not compress.
+inline std::string noise(size_t size, uint32_t seed) {
+    std::mt19937 random(seed);
+    std::string s(size, '\0');
+    for (char& c : s) c = static_cast<char>(random());
+    return s;
+}
+
+// Bytes like text: letters, blanks and line ends, not quite repeating.
+inline std::string words(size_t size, uint32_t seed) {
+    static const char text[] = "the quick brown fox jumps over a lazy dog\n";
+    std::mt19937 random(seed);
+    std::string s(size, '\0');
+    for (size_t i = 0; i < size; ++i) s[i] = text[(i + random() % 3) % (sizeof text - 1)];
+    return s;
+}
 
 inline std::string pattern(size_t size) {
     std::string s(size, 0);

@@ -8,12 +8,6 @@
 
 namespace {
 
-TEST(Exception, MessageAndKind) {
-    un::exception e("it broke", "stream");
-    EXPECT_STREQ("it broke", e.what());
-    EXPECT_EQ("stream", e.kind());
-}
-
 TEST(Tokenizer, SplitsAtAnySeparatorWithoutEmptyTokens) {
     EXPECT_EQ((std::vector<std::string>{"a", "b", "c"}), un::tokenizer("\\a\\\\b/c\\", "\\/").all());
     EXPECT_TRUE(un::tokenizer("\\\\", "\\").all().empty());

@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <string>
 
-#include "engine/engine.Scratch.h"
+#include "support/scratch.h"
 #include "engine/engine5.FormatReader.h"
 #include "engine/t5.Exception.h"
 #include "engine/t5.Reader.h"
@@ -17,7 +17,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using enginetest::Scratch;
+using test::Scratch;
 
 const std::string refusal =
     "data expands to more than 1000 times its compressed size; refused as a possible decompression bomb";

@@ -7,6 +7,7 @@
 #include "format/arj/arj.Classifier.h"
 #include "format/bin/bin.Classifier.h"
 #include "format/btoa/btoa.Classifier.h"
+#include "format/btoa/btoa.Reader.h"
 #include "format/bz2/bz2.Classifier.h"
 #include "format/bz2/bz2.Reader.h"
 #include "format/compact/compact.Classifier.h"
@@ -33,6 +34,7 @@
 #include "format/tkt5/tkt5.Writer.h"
 #include "format/tktseg/tktseg.Classifier.h"
 #include "format/uu/uu.Classifier.h"
+#include "format/uu/uu.Reader.h"
 #include "format/zip/zip.Classifier.h"
 #include "format/zip/zip.Reader.h"
 #include "format/zip/zip.Writer.h"
@@ -73,7 +75,7 @@ const std::vector<FormatDescriptor>& formats() {
         {n::arc, ".arc", container, classifier<format::arc::Classifier>, nullptr, nullptr},
         {n::arj, ".arj", container, classifier<format::arj::Classifier>, nullptr, nullptr},
         {n::bin, ".bin", stream, classifier<format::bin::Classifier>, nullptr, nullptr},
-        {n::btoa, ".btoa", stream, classifier<format::btoa::Classifier>, nullptr, nullptr},
+        {n::btoa, ".btoa", stream, classifier<format::btoa::Classifier>, reader<btoa::Reader>, nullptr},
         {n::bz2, ".bz2", stream, classifier<format::bz2::Classifier>, reader<bz2::Reader>, nullptr},
         {n::compact, ".C", stream, classifier<format::compact::Classifier>, nullptr, nullptr},
         {n::compress, ".Z", stream, classifier<format::compress::Classifier>, reader<compress::Reader>,
@@ -94,7 +96,7 @@ const std::vector<FormatDescriptor>& formats() {
         {n::tktseg, "", container, classifier<format::tktseg::Classifier>, nullptr, nullptr},
         {n::tktsegN, "", container, classifier<format::tktseg::ClassifierN>, nullptr, nullptr},
         {n::tar, ".tar", container, classifier<format::tar::Classifier>, reader<tar::Reader>, nullptr},
-        {n::uu, ".uu", stream, classifier<format::uu::Classifier>, nullptr, nullptr},
+        {n::uu, ".uu", stream, classifier<format::uu::Classifier>, reader<uu::Reader>, writer<uu::Writer>},
         {n::zip, ".zip", container, classifier<format::zip::Classifier>, reader<zip::Reader>, writer<zip::Writer>},
     };
     return all;

@@ -229,6 +229,9 @@ int expand(int format, const uint8_t* data, size_t size) {
 
 int tkt5(const uint8_t* data, size_t size) { return expand(format::number::tkt5, data, size); }
 int zip(const uint8_t* data, size_t size) { return expand(format::number::zip, data, size); }
+int uu(const uint8_t* data, size_t size) { return expand(format::number::uu, data, size); }
+int btoa(const uint8_t* data, size_t size) { return expand(format::number::btoa, data, size); }
+int mime(const uint8_t* data, size_t size) { return expand(format::number::mime, data, size); }
 
 // Reads one record from the bytes, and writes back what was read: the
 // written form must be as long as the record says it is.
@@ -382,6 +385,9 @@ const std::vector<Entry>& targets() {
         {"tkt5records", tkt5records},
         {"ziprecords", ziprecords},
         {"classify", classify},
+        {"uu", uu},
+        {"btoa", btoa},
+        {"mime", mime},
     };
     return all;
 }

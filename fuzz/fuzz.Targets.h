@@ -36,7 +36,7 @@ struct Entry {
 };
 
 // Every target by its name: inflate, isp, arsenic, shrink, reduce, implode,
-// tkt5, zip, tkt5records, ziprecords, classify.
+// tkt5, zip, tkt5records, ziprecords, classify, uu, btoa, mime.
 const std::vector<Entry>& targets();
 Target find(const std::string& name);
 

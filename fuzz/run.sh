@@ -11,7 +11,8 @@ seconds=$2
 shift 2
 here=$(cd "$(dirname "$0")" && pwd)
 targets=("$@")
-[ ${#targets[@]} -eq 0 ] && targets=(inflate isp arsenic shrink reduce implode tkt5 zip tkt5records ziprecords classify)
+[ ${#targets[@]} -eq 0 ] && targets=(inflate isp arsenic shrink reduce implode tkt5 zip tkt5records ziprecords classify
+  uu btoa mime)
 
 "$build/fuzz/cratewerk_fuzz_seeds" "$build/seeds" "$here/../tests/data" >/dev/null
 mkdir -p "$build/findings" "$build/logs"

@@ -22,6 +22,7 @@
 #include "format/hqx/hqx.Classifier.h"
 #include "format/lha/lha.Classifier.h"
 #include "format/mime/mime.Classifier.h"
+#include "format/mime/mime.Reader.h"
 #include "format/pack/pack.Classifier.h"
 #include "format/rar/rar.Classifier.h"
 #include "format/sco/sco.Classifier.h"
@@ -86,7 +87,7 @@ const std::vector<FormatDescriptor>& formats() {
         {n::ha, ".ha", container, classifier<format::ha::Classifier>, nullptr, nullptr},
         {n::hqx, ".hqx", stream, classifier<format::hqx::Classifier>, nullptr, nullptr},
         {n::lha, ".lzh", container, classifier<format::lha::Classifier>, nullptr, nullptr},
-        {n::mime, ".eml", container, classifier<format::mime::Classifier>, nullptr, nullptr},
+        {n::mime, ".eml", container, classifier<format::mime::Classifier>, reader<mime::Reader>, nullptr},
         {n::pack, ".z", stream, classifier<format::pack::Classifier>, nullptr, nullptr},
         {n::sv, "", container, classifier<format::sv::Classifier>, nullptr, nullptr},
         {n::rar, ".rar", container, classifier<format::rar::Classifier>, nullptr, nullptr},

@@ -27,7 +27,6 @@ struct Reader::Item {
     // A part that another format's reader expands, from a temporary file.
     std::unique_ptr<FormatReader> inner;
     uint32_t innerPosition = 0;
-    std::string temporaryPath;
     std::unique_ptr<io::random::File> temporary;
 
     ~Item() {
@@ -167,7 +166,12 @@ bool readAppleFile(const std::string& bytes, AppleFile& file) {
     return true;
 }
 
-const char* const ourEncodings[] = {"uu", "hqx", "btoa", "bin"};
+// The encodings whose reader takes a part in turn. A MacBinary header is
+// too easily seen in other binary data: only a part that says it is one goes.
+bool handedOver(const char* format, const std::string& type) {
+    if (std::strcmp(format, "bin") == 0) return type == "application/macbinary" || type == "application/x-macbinary";
+    return std::strcmp(format, "uu") == 0 || std::strcmp(format, "hqx") == 0 || std::strcmp(format, "btoa") == 0;
+}
 
 }  // namespace
 
@@ -285,9 +289,42 @@ void Reader::load(stream::random::Input& archive) {
     message_.resize(done);
 }
 
-void Reader::runInner(Item& item, bool decode) {
+bool Reader::handOver(Item& item, const Part& part) {
+    tuckett5::ArchiveInfo& info = reader.archiveInfo;
+    MultiClassifier classifier;
+    stream::ArrayInput in(item.data.data(), clamp32(item.data.size()));
+    const tuckett5::ArchiveInfo outer = info;
+    classifier.classify(in, tuckett5::Reader::defaultSpan, reader);
+    info = outer;
+    const FormatDescriptor* found = classifier.format ? findFormat(classifier.format) : nullptr;
+    if (!found || !found->makeReader || !handedOver(found->shortName(), part.type)) return false;
+
+    std::string path = io::Path::tempDirectory();
+    if (!path.empty() && path.back() != io::Path::separator) path += io::Path::separator;
+    path += "$cwmime$";
+    io::Path::makeUnique(path, uniqueLimit);
+    item.temporary = std::make_unique<io::random::File>();
+    item.temporary->create(path);
+    item.temporary->write(item.data.data(), clamp32(item.data.size()));
+    item.innerPosition = classifier.offset;
+    item.inner = found->makeReader(item.innerPosition, reader);
+    try {
+        info.fileCount += runInner(item, false);
+    } catch (const un::exception&) {
+        // What the other reader cannot read comes out as the part it is.
+        item.inner.reset();
+        item.temporary->unlink(false);
+        item.temporary.reset();
+        return false;
+    }
+    item.data.clear();
+    return true;
+}
+
+uint32_t Reader::runInner(Item& item, bool decode) {
     tuckett5::ArchiveInfo& info = reader.archiveInfo;
     const tuckett5::ArchiveInfo outer = info;
+    uint32_t count = 0;
     try {
         io::random::FileInput input(*item.temporary);
         stream::random::BufferedInput buffered(input, bufferSize);
@@ -297,11 +334,13 @@ void Reader::runInner(Item& item, bool decode) {
             item.inner->decode(buffered, *item.temporary);
         else
             item.inner->scan(buffered, *item.temporary);
+        count = info.fileCount;
     } catch (...) {
         info = outer;
         throw;
     }
     info = outer;
+    return count;
 }
 
 void Reader::scan(stream::random::Input& archive, io::random::File&) {
@@ -330,34 +369,9 @@ void Reader::scan(stream::random::Input& archive, io::random::File&) {
             item.rsrc = apple.rsrc;
             if (apple.hasInfo) item.entry.finderInfo(apple.info);
             if (name.empty()) name = apple.name;
-        } else if (!reader.firstLayerOnly()) {
-            // A uuencoded, BinHex, btoa or MacBinary file goes to its own reader.
-            MultiClassifier classifier;
-            stream::ArrayInput in(item.data.data(), clamp32(item.data.size()));
-            const tuckett5::ArchiveInfo outer = info;
-            classifier.classify(in, tuckett5::Reader::defaultSpan, reader);
-            info = outer;
-            const FormatDescriptor* found = classifier.format ? findFormat(classifier.format) : nullptr;
-            bool ours = false;
-            for (const char* encoding : ourEncodings)
-                if (found && std::strcmp(found->shortName(), encoding) == 0) ours = true;
-            if (ours && found->makeReader) {
-                std::string path = io::Path::tempDirectory();
-                if (!path.empty() && path.back() != io::Path::separator) path += io::Path::separator;
-                path += "$cwmime$";
-                io::Path::makeUnique(path, uniqueLimit);
-                item.temporary = std::make_unique<io::random::File>();
-                item.temporary->create(path);
-                item.temporaryPath = path;
-                item.temporary->write(item.data.data(), clamp32(item.data.size()));
-                item.data.clear();
-                item.innerPosition = classifier.offset;
-                item.inner = found->makeReader(item.innerPosition, reader);
-                runInner(item, false);
-                info.fileCount += 1;
-                items_.push_back(std::move(item));
-                continue;
-            }
+        } else if (!reader.firstLayerOnly() && handOver(item, part)) {
+            items_.push_back(std::move(item));
+            continue;
         }
         if (name.empty()) name = "part" + std::to_string(++unnamed) + suffixFor(part.type);
         item.entry.unicodeName = zip::decodeUTF8(name);

@@ -50,7 +50,11 @@ public:
 private:
     struct Item;
     void load(stream::random::Input& archive);
-    void runInner(Item& item, bool decode);
+    // Gives a part that holds another encoding to that format's reader, which
+    // scans it; false where it holds none, or one that reader cannot read.
+    bool handOver(Item& item, const Part& part);
+    // Runs the reader of a part handed over; answers the items a scan found.
+    uint32_t runInner(Item& item, bool decode);
 
     std::string message_;
     std::vector<Item> items_;

@@ -13,12 +13,14 @@
 #include "format/zip/zip.Name.h"
 #include "io/io.Path.h"
 #include "io/io.random.FileStreams.h"
+#include "stream/check/md5.Digest.h"
 #include "stream/stream.Array.h"
 #include "stream/stream.BufferedInput.h"
 #include "stream/stream.Output.h"
 
 namespace engine5::mime {
 
+using tuckett5::exception::BadData;
 using tuckett5::exception::BadFormat;
 
 struct Reader::Item {
@@ -64,7 +66,7 @@ Line lineAt(const std::string& text, size_t at, size_t limit) {
 }
 
 struct Headers {
-    std::string type, disposition, encoding;
+    std::string type, disposition, encoding, md5;
     size_t body;
 };
 
@@ -91,6 +93,8 @@ Headers readHeaders(const std::string& text, size_t at, size_t limit) {
             last = &headers.disposition;
         else if (name == "content-transfer-encoding")
             last = &headers.encoding;
+        else if (name == "content-md5")
+            last = &headers.md5;
         if (last) last->assign(text, colon + 1, line.end - colon - 1);
     }
     headers.body = at;
@@ -177,6 +181,21 @@ bool handedOver(const char* format, const std::string& type) {
 
 Reader::Reader(uint32_t position, tuckett5::Reader& reader) : FormatReader(position, reader) {}
 
+void Reader::checkDigest(const Part& part, const std::string& data) {
+    // Only a part in base64 holds the very bytes that were digested: text
+    // is digested in its canonical form, with CR LF line ends.
+    if (part.md5.empty() || part.encoding != Encoding::base64) return;
+    std::string expected;
+    algorithm::mime::Base64Decoder decoder;
+    decoder.feed(part.md5.data(), part.md5.size(), expected);
+    if (expected.size() != algorithm::md5::Digest::digestSize) return;
+    algorithm::md5::Digest digest(data.data(), clamp32(data.size()));
+    const std::vector<char>& value = digest.value();
+    if (std::string(value.begin(), value.end()) != expected)
+        throw BadData("MIME part " + (part.name.empty() ? part.type : "\"" + part.name + "\"") +
+                      " fails its Content-MD5 check; data is invalid");
+}
+
 Reader::~Reader() = default;
 
 std::vector<Reader::Part> Reader::parse(const std::string& message) {
@@ -236,6 +255,7 @@ std::vector<Reader::Part> Reader::parse(const std::string& message) {
         part.encoding = encoding == "base64"             ? Encoding::base64
                         : encoding == "quoted-printable" ? Encoding::quotedPrintable
                                                          : Encoding::plain;
+        part.md5 = headers.md5;
         part.name = format::mime::parseContentField(headers.disposition).parameter("filename");
         if (part.name.empty()) part.name = type.parameter("name");
         parts.push_back(part);
@@ -358,6 +378,7 @@ void Reader::scan(stream::random::Input& archive, io::random::File&) {
         reader.fireProgressScanStep();
         Item item;
         item.data = decoded(message_, part);
+        checkDigest(part, item.data);
         std::string name = part.name;
         AppleFile apple;
         if (part.header >= 0 && readAppleFile(decoded(message_, parts[static_cast<size_t>(part.header)]), apple)) {

@@ -40,6 +40,7 @@ public:
         int group = -1;             // the multipart/appledouble it is in
         int header = -1;            // the AppleDouble header joined to it
         bool joined = false;        // an AppleDouble header that went to its data part
+        std::string md5;            // the Content-MD5 field, where it has one
     };
 
     // The leaf parts of a message, in their order. Throws BadFormat for
@@ -50,6 +51,8 @@ public:
 private:
     struct Item;
     void load(stream::random::Input& archive);
+    // Throws BadData where a part's Content-MD5 does not match its bytes.
+    static void checkDigest(const Part& part, const std::string& data);
     // Gives a part that holds another encoding to that format's reader, which
     // scans it; false where it holds none, or one that reader cannot read.
     bool handOver(Item& item, const Part& part);

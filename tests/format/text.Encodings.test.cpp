@@ -9,16 +9,16 @@
 #include <sstream>
 #include <string>
 
-#include "engine.Scratch.h"
 #include "engine/t5.Reader.h"
 #include "engine/t5.Writer.h"
 #include "format/format.Number.h"
+#include "support/scratch.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-using enginetest::Scratch;
+using test::Scratch;
 
 const std::string dataFolder = std::string(CRATEWERK_TEST_DATA) + "/text/";
 
@@ -101,29 +101,29 @@ TEST(TextEncodings, UuWriterMatchesUuencodeAndRoundTrips) {
     const std::string fox = Scratch::read(dataFolder + "fox.uu");
     const std::string foxText = scratch.write("fox/fox.txt", Scratch::read(dataFolder + "fox.txt"));
     fs::permissions(foxText, fs::perms(0644));
-    for (const auto& [paths, archive] : {std::pair{std::list<std::string>{foxText}, scratch.path("fox.uu")},
-                                         std::pair{inputs, scratch.path("all.uu")}}) {
+    for (const auto& [paths, archive] :
+         {std::pair{std::list<std::string>{foxText}, scratch / "fox.uu"}, std::pair{inputs, scratch / "all.uu"}}) {
         tuckett5::Writer writer;
         writer.archiveInfo.format = format::number::uu;
         writer.archiveInfo.path = archive;
         writer.create(paths);
     }
-    EXPECT_EQ(Scratch::read(scratch.path("fox.uu")), fox);
-    EXPECT_EQ(expand(scratch.path("all.uu"), scratch.path("out")), "");
-    EXPECT_EQ(tree(scratch.path("out")), files);
+    EXPECT_EQ(Scratch::read(scratch / "fox.uu"), fox);
+    EXPECT_EQ(expand(scratch / "all.uu", scratch / "out"), "");
+    EXPECT_EQ(tree(scratch / "out"), files);
     // The base64 form, after a file of the classic form that names the input.
-    const std::string both = scratch.write("both.uu", Scratch::read(scratch.path("all.uu")) + "text between\n" +
-                                                          Scratch::read(dataFolder + "fox-base64.uu"));
-    EXPECT_EQ(expand(both, scratch.path("both")), "");
-    EXPECT_EQ(Scratch::read(scratch.path("both/fox.txt")), Scratch::read(foxText));
+    const std::string both = scratch.write(
+        "both.uu", Scratch::read(scratch / "all.uu") + "text between\n" + Scratch::read(dataFolder + "fox-base64.uu"));
+    EXPECT_EQ(expand(both, scratch / "both"), "");
+    EXPECT_EQ(Scratch::read(scratch / "both/fox.txt"), Scratch::read(foxText));
 }
 
 TEST(TextEncodings, BtoaHoldsItsEndLineToTheData) {
     Scratch scratch;
     for (const std::string& data : {std::string("a"), std::string("ab\0", 3), std::string(4, '\0'),
                                     std::string("12345"), Scratch::read(dataFolder + "fox.txt")}) {
-        EXPECT_EQ(expand(scratch.write("d.btoa", btoa(data)), scratch.path("out")), "") << data.size();
-        EXPECT_EQ(tree(scratch.path("out")), (std::map<std::string, std::string>{{"d", data}}));
+        EXPECT_EQ(expand(scratch.write("d.btoa", btoa(data)), scratch / "out"), "") << data.size();
+        EXPECT_EQ(tree(scratch / "out"), (std::map<std::string, std::string>{{"d", data}}));
     }
     // The same text the file holds, as a real btoa wrote it.
     EXPECT_EQ(Scratch::read(dataFolder + "fox.btoa"), btoa(Scratch::read(dataFolder + "fox.txt")));
@@ -145,14 +145,14 @@ TEST(TextEncodings, BtoaHoldsItsEndLineToTheData) {
         {"xbtoa Begin\ns8W-\"\n" + trailer, "btoa data is damaged; data is invalid"},
     };
     for (const auto& [text, error] : lies) {
-        EXPECT_EQ(expand(scratch.write("lie.btoa", text), scratch.path("out")), error) << text;
-        EXPECT_TRUE(tree(scratch.path("out")).empty());
+        EXPECT_EQ(expand(scratch.write("lie.btoa", text), scratch / "out"), error) << text;
+        EXPECT_TRUE(tree(scratch / "out").empty());
     }
 }
 
 TEST(TextEncodings, HostileInputEndsInAnErrorOrStaysInside) {
     Scratch scratch;
-    const std::string out = scratch.path("a/b/out");
+    const std::string out = scratch / "a/b/out";
     const struct {
         std::string text, error;
     } cases[] = {
@@ -174,9 +174,9 @@ TEST(TextEncodings, HostileInputEndsInAnErrorOrStaysInside) {
     };
     for (const auto& c : cases) {
         EXPECT_EQ(expand(scratch.write("a/hostile", c.text), out), c.error) << c.text;
-        for (const auto& item : fs::recursive_directory_iterator(scratch.path()))
-            EXPECT_TRUE(item.is_directory() || item.path() == scratch.path("a/hostile") ||
-                        item.path().string().rfind(scratch.path("a/b"), 0) == 0)
+        for (const auto& item : fs::recursive_directory_iterator(scratch.str()))
+            EXPECT_TRUE(item.is_directory() || item.path() == scratch / "a/hostile" ||
+                        item.path().string().rfind(scratch / "a/b", 0) == 0)
                 << item.path();
         if (c.error.empty()) {
             const auto files = tree(out);

@@ -22,13 +22,24 @@ bool LineReader::next(std::string& line) {
     lineStart_ = offset_;
     int c = get();
     if (c < 0) return false;
-    while (c >= 0 && c != '\n' && c != '\r') {
+    for (;;) {
+        if (c == '\n' || c == '\r') break;
         ++offset_;
         if (line.size() < limit_)
             line += static_cast<char>(c);
         else
             cut_ = true;
+        // The rest of the line as far as the buffer holds it, in one piece.
+        uint32_t end = at_;
+        while (end < filled_ && buffer_[end] != '\n' && buffer_[end] != '\r') ++end;
+        const uint32_t run = end - at_;
+        const size_t room = line.size() < limit_ ? limit_ - line.size() : 0;
+        line.append(buffer_ + at_, run < room ? run : room);
+        if (run > room) cut_ = true;
+        offset_ += run;
+        at_ = end;
         c = get();
+        if (c < 0) break;
     }
     if (c == '\r') {
         ++offset_;

@@ -16,16 +16,17 @@ LineResult decodeLine(const std::string& line, std::string& out) {
     if (count > bytesPerLine) return LineResult::invalid;
     const size_t needed = (count + 2) / 3 * 4;
     if (line.size() - 1 + 2 < needed) return LineResult::short_;
-    unsigned char group[4];
+    const size_t base = out.size();
+    out.resize(base + count);
+    char* to = &out[base];
+    const auto value = [&](size_t at) -> unsigned {
+        return at < line.size() ? (static_cast<unsigned char>(line[at]) - 0x20u) & 0x3Fu : 0u;
+    };
     for (size_t done = 0, at = 1; done < count; at += 4) {
-        for (size_t i = 0; i < 4; ++i)
-            group[i] = at + i < line.size() ? (static_cast<unsigned char>(line[at + i]) - 0x20u) & 0x3Fu : 0;
-        const char bytes[3] = {static_cast<char>(group[0] << 2 | group[1] >> 4),
-                               static_cast<char>((group[1] & 0x0F) << 4 | group[2] >> 2),
-                               static_cast<char>((group[2] & 0x03) << 6 | group[3])};
-        const size_t take = count - done < 3 ? count - done : 3;
-        out.append(bytes, take);
-        done += take;
+        const unsigned a = value(at), b = value(at + 1), c = value(at + 2), d = value(at + 3);
+        to[done++] = static_cast<char>(a << 2 | b >> 4);
+        if (done < count) to[done++] = static_cast<char>((b & 0x0F) << 4 | c >> 2);
+        if (done < count) to[done++] = static_cast<char>((c & 0x03) << 6 | d);
     }
     return LineResult::ok;
 }

@@ -70,26 +70,32 @@ std::vector<Reader::Section> Reader::walk(stream::random::Input& in, uint64_t st
         section.size = 0;
         algorithm::mime::Base64Decoder base64;
         bool ended = false;
-        while (!ended && lines.next(line)) {
+        // Decoded bytes go to the sink in blocks, not line by line.
+        auto flush = [&] {
+            section.size += bytes.size();
+            if (sink && !bytes.empty()) sink(bytes);
             bytes.clear();
-            const std::string text = trimmedRight(line);
+        };
+        while (!ended && lines.next(line)) {
+            size_t length = line.size();
+            while (length > 0 && (line[length - 1] == ' ' || line[length - 1] == '\t')) --length;
             if (section.base64) {
-                if (text == "====") {
+                if (line.compare(0, length, "====") == 0) {
                     ended = true;
                     break;
                 }
-                for (char c : text)
-                    if (algorithm::mime::base64Value(static_cast<unsigned char>(c)) < 0 && c != '=')
+                for (size_t i = 0; i < length; ++i)
+                    if (algorithm::mime::base64Value(static_cast<unsigned char>(line[i])) < 0 && line[i] != '=')
                         throw BadData("bad base64 line in the uuencoded file \"" + section.name +
                                       "\"; data is invalid");
-                if (base64.ended() && !text.empty())
+                if (base64.ended() && length > 0)
                     throw BadData("base64 data goes on after its end in the uuencoded file \"" + section.name +
                                   "\"; data is invalid");
-                base64.feed(text.data(), text.size(), bytes);
-            } else if (text == "end") {
+                base64.feed(line.data(), length, bytes);
+            } else if (line.compare(0, length, "end") == 0) {
                 ended = true;
                 break;
-            } else if (!text.empty() && text != "`") {
+            } else if (length > 0 && line.compare(0, length, "`") != 0) {
                 switch (algorithm::uu::decodeLine(line, bytes)) {
                     case algorithm::uu::LineResult::ok:
                         break;
@@ -101,13 +107,13 @@ std::vector<Reader::Section> Reader::walk(stream::random::Input& in, uint64_t st
                 }
             }
             if (lines.cut()) throw BadData("bad line in the uuencoded file \"" + section.name + "\"; data is invalid");
-            section.size += bytes.size();
-            if (sink && !bytes.empty()) sink(bytes);
+            if (bytes.size() >= 65536) flush();
         }
         if (!ended) throw BadData("the uuencoded file \"" + section.name + "\" has no end line; data is invalid");
         if (section.base64 && !base64.complete())
             throw BadData("base64 data ends inside a group in the uuencoded file \"" + section.name +
                           "\"; data is invalid");
+        flush();
         section.encoded = lines.lineStart() - section.body;
         found.push_back(section);
         if (first) break;

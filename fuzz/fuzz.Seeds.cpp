@@ -292,6 +292,19 @@ int main(int argc, char** argv) {
             arjMembers(bytes);
         }
     }
+    // The text encodings' samples, by their suffix.
+    if (fs::is_directory(data / "text")) {
+        for (const auto& entry : fs::directory_iterator(data / "text")) {
+            const std::string suffix = entry.path().extension().string();
+            const std::string target = suffix == ".eml"    ? "mime"
+                                       : suffix == ".btoa" ? "btoa"
+                                       : suffix == ".uu"   ? "uu"
+                                                           : "";
+            if (target.empty()) continue;
+            seed(target, slurp(entry.path()));
+            seed("classify", slurp(entry.path()));
+        }
+    }
     for (const auto& [target, count] : counts) std::printf("%s: %d seeds\n", target.c_str(), count);
     return 0;
 }

@@ -306,6 +306,9 @@ int gz(const uint8_t* data, size_t size) { return expand(format::number::gz, dat
 int bz2(const uint8_t* data, size_t size) { return expand(format::number::bz2, data, size); }
 int compress(const uint8_t* data, size_t size) { return expand(format::number::compress, data, size); }
 int tar(const uint8_t* data, size_t size) { return expand(format::number::tar, data, size); }
+int uu(const uint8_t* data, size_t size) { return expand(format::number::uu, data, size); }
+int btoa(const uint8_t* data, size_t size) { return expand(format::number::btoa, data, size); }
+int mime(const uint8_t* data, size_t size) { return expand(format::number::mime, data, size); }
 
 // Reads one record from the bytes, and writes back what was read: the
 // written form must be as long as the record says it is.
@@ -472,6 +475,9 @@ const std::vector<Entry>& targets() {
         {"bz2", bz2},
         {"compress", compress},
         {"tar", tar},
+        {"uu", uu},
+        {"btoa", btoa},
+        {"mime", mime},
     };
     return all;
 }

@@ -37,7 +37,7 @@ struct Entry {
 
 // Every target by its name: inflate, isp, arsenic, shrink, reduce, implode,
 // tkt5, zip, tkt5records, ziprecords, classify, arcmethods, arc, lha, rar,
-// arj, arjmethods, bin, hqx, lzw, gz, bz2, compress, tar.
+// arj, arjmethods, bin, hqx, lzw, gz, bz2, compress, tar, uu, btoa, mime.
 const std::vector<Entry>& targets();
 Target find(const std::string& name);
 

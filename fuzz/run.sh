@@ -12,7 +12,7 @@ shift 2
 here=$(cd "$(dirname "$0")" && pwd)
 targets=("$@")
 [ ${#targets[@]} -eq 0 ] && targets=(inflate isp arsenic shrink reduce implode tkt5 zip tkt5records ziprecords classify
-  arcmethods arc lha rar arj arjmethods bin hqx lzw gz bz2 compress tar)
+  arcmethods arc lha rar arj arjmethods bin hqx lzw gz bz2 compress tar uu btoa mime)
 
 "$build/fuzz/cratewerk_fuzz_seeds" "$build/seeds" "$here/../tests/data" >/dev/null
 mkdir -p "$build/findings" "$build/logs"

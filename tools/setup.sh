@@ -13,6 +13,8 @@ packages=(
   libarchive-dev g++-multilib lib32z1-dev dpkg-dev
   # peers for interop tests
   zip unzip p7zip-full ncompress sharutils bzip2 gzip tar arj jlha-utils arc python3
+  # MIME messages made and taken apart by a real mailer's tools
+  mpack
   # fuzzing (make fuzz): clang and its libFuzzer runtime
   clang libclang-rt-14-dev
 )

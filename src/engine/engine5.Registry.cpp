@@ -11,6 +11,7 @@
 #include "format/bin/bin.Reader.h"
 #include "format/bin/bin.Writer.h"
 #include "format/btoa/btoa.Classifier.h"
+#include "format/btoa/btoa.Reader.h"
 #include "format/bz2/bz2.Classifier.h"
 #include "format/bz2/bz2.Reader.h"
 #include "format/compact/compact.Classifier.h"
@@ -28,6 +29,7 @@
 #include "format/lha/lha.Classifier.h"
 #include "format/lha/lha.Reader.h"
 #include "format/mime/mime.Classifier.h"
+#include "format/mime/mime.Reader.h"
 #include "format/pack/pack.Classifier.h"
 #include "format/rar/rar.Classifier.h"
 #include "format/rar/rar.Reader.h"
@@ -41,6 +43,7 @@
 #include "format/tkt5/tkt5.Writer.h"
 #include "format/tktseg/tktseg.Classifier.h"
 #include "format/uu/uu.Classifier.h"
+#include "format/uu/uu.Reader.h"
 #include "format/zip/zip.Classifier.h"
 #include "format/zip/zip.Reader.h"
 #include "format/zip/zip.Writer.h"
@@ -81,7 +84,7 @@ const std::vector<FormatDescriptor>& formats() {
         {n::arc, ".arc", container, classifier<format::arc::Classifier>, reader<arc::Reader>, nullptr},
         {n::arj, ".arj", container, classifier<format::arj::Classifier>, reader<arj::Reader>, nullptr},
         {n::bin, ".bin", stream, classifier<format::bin::Classifier>, reader<bin::Reader>, writer<bin::Writer>},
-        {n::btoa, ".btoa", stream, classifier<format::btoa::Classifier>, nullptr, nullptr},
+        {n::btoa, ".btoa", stream, classifier<format::btoa::Classifier>, reader<btoa::Reader>, nullptr},
         {n::bz2, ".bz2", stream, classifier<format::bz2::Classifier>, reader<bz2::Reader>, nullptr},
         {n::compact, ".C", stream, classifier<format::compact::Classifier>, nullptr, nullptr},
         {n::compress, ".Z", stream, classifier<format::compress::Classifier>, reader<compress::Reader>,
@@ -92,7 +95,7 @@ const std::vector<FormatDescriptor>& formats() {
         {n::ha, ".ha", container, classifier<format::ha::Classifier>, nullptr, nullptr},
         {n::hqx, ".hqx", stream, classifier<format::hqx::Classifier>, reader<hqx::Reader>, writer<hqx::Writer>},
         {n::lha, ".lzh", container, classifier<format::lha::Classifier>, reader<lha::Reader>, nullptr},
-        {n::mime, ".eml", container, classifier<format::mime::Classifier>, nullptr, nullptr},
+        {n::mime, ".eml", container, classifier<format::mime::Classifier>, reader<mime::Reader>, nullptr},
         {n::pack, ".z", stream, classifier<format::pack::Classifier>, nullptr, nullptr},
         {n::sv, "", container, classifier<format::sv::Classifier>, nullptr, nullptr},
         {n::rar, ".rar", container, classifier<format::rar::Classifier>, reader<rar::Reader>, nullptr},
@@ -102,7 +105,7 @@ const std::vector<FormatDescriptor>& formats() {
         {n::tktseg, "", container, classifier<format::tktseg::Classifier>, nullptr, nullptr},
         {n::tktsegN, "", container, classifier<format::tktseg::ClassifierN>, nullptr, nullptr},
         {n::tar, ".tar", container, classifier<format::tar::Classifier>, reader<tar::Reader>, nullptr},
-        {n::uu, ".uu", stream, classifier<format::uu::Classifier>, nullptr, nullptr},
+        {n::uu, ".uu", stream, classifier<format::uu::Classifier>, reader<uu::Reader>, writer<uu::Writer>},
         {n::zip, ".zip", container, classifier<format::zip::Classifier>, reader<zip::Reader>, writer<zip::Writer>},
     };
     return all;

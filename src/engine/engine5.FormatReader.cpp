@@ -196,6 +196,15 @@ uint64_t FormatReader::ratioLimit(uint64_t compressed) const {
     return limit < ratioFloor ? ratioFloor : limit;
 }
 
+void FormatReader::beginDecode() {
+    reader.fireArchiveDecodeBegin();
+    reader.fireProgressSizeBegin(reader.archiveInfo.expandedSize());
+    reader.fireProgressFilesBegin(reader.archiveInfo.fileCount);
+    itemsDone = 0;
+    bytesDone = 0;
+    reader.fireProgressFilesMove(0);
+}
+
 void FormatReader::passOver(uint64_t bytes) {
     bytesDone += bytes;
     reader.fireProgressSizeMove(static_cast<uint32_t>(bytesDone));

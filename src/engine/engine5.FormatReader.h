@@ -140,6 +140,9 @@ protected:
     void explain(const std::string& reason) { reason_ = reason; }
     // Counts the bytes of an item passed over and reports them.
     void passOver(uint64_t bytes);
+    // The start of a decode run: the archive's begin event, the size and
+    // item progress begun from the scan's totals, and the counts at zero.
+    void beginDecode();
     // The most that `compressed` bytes may expand to under the reader's
     // maxRatio, never below ratioFloor; all ones when the guard is off.
     uint64_t ratioLimit(uint64_t compressed) const;

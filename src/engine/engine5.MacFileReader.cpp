@@ -89,12 +89,7 @@ void MacFileReader::scan(stream::random::Input& archive, io::random::File&) {
 }
 
 void MacFileReader::decode(stream::random::Input& archive, io::random::File&) {
-    reader.fireArchiveDecodeBegin();
-    reader.fireProgressSizeBegin(reader.archiveInfo.expandedSize());
-    reader.fireProgressFilesBegin(reader.archiveInfo.fileCount);
-    itemsDone = 0;
-    bytesDone = 0;
-    reader.fireProgressFilesMove(0);
+    beginDecode();
     rewind(archive);
     Entry entry;
     while (next(archive, entry)) {

@@ -194,12 +194,7 @@ void Reader::expandData(stream::random::Input& archive, const ItemHeader& header
 }
 
 void Reader::decode(stream::random::Input& archive, io::random::File&) {
-    reader.fireArchiveDecodeBegin();
-    reader.fireProgressSizeBegin(reader.archiveInfo.expandedSize());
-    reader.fireProgressFilesBegin(reader.archiveInfo.fileCount);
-    itemsDone = 0;
-    bytesDone = 0;
-    reader.fireProgressFilesMove(0);
+    beginDecode();
     archive.seek(reader.archiveInfo.position);
     ItemHeader header;
     while (header.read(archive)) {

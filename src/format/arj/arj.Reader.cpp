@@ -294,12 +294,7 @@ void Reader::expandSpecial(Entry& entry, const FileHeader& header) {
 }
 
 void Reader::decode(stream::random::Input& archive, io::random::File&) {
-    reader.fireArchiveDecodeBegin();
-    reader.fireProgressSizeBegin(reader.archiveInfo.expandedSize());
-    reader.fireProgressFilesBegin(reader.archiveInfo.fileCount);
-    itemsDone = 0;
-    bytesDone = 0;
-    reader.fireProgressFilesMove(0);
+    beginDecode();
 
     std::vector<std::pair<std::string, Entry>> folders;
     const uint64_t end = walk(archive, [&](const FileHeader& header, uint64_t offset) {

@@ -283,12 +283,7 @@ void Reader::writeData(uint64_t size) {
 
 void Reader::decode(stream::random::Input& archive, io::random::File&) {
     const UTF8Locale utf8;
-    reader.fireArchiveDecodeBegin();
-    reader.fireProgressSizeBegin(reader.archiveInfo.expandedSize());
-    reader.fireProgressFilesBegin(reader.archiveInfo.fileCount);
-    itemsDone = 0;
-    bytesDone = 0;
-    reader.fireProgressFilesMove(0);
+    beginDecode();
     open(archive);
 
     std::vector<std::pair<std::string, Entry>> folders;

@@ -159,12 +159,7 @@ void Reader::scan(stream::random::Input& archive, io::random::File&) {
 
 void Reader::decode(stream::random::Input& archive, io::random::File& file) {
     if (!scanned_) scan(archive, file);
-    reader.fireArchiveDecodeBegin();
-    reader.fireProgressSizeBegin(reader.archiveInfo.expandedSize());
-    reader.fireProgressFilesBegin(reader.archiveInfo.fileCount);
-    itemsDone = 0;
-    bytesDone = 0;
-    reader.fireProgressFilesMove(0);
+    beginDecode();
     for (const Section& section : sections_) {
         expandFile(entry(section), [&] {
             stream::Output& out = dataFork();

@@ -442,11 +442,7 @@ void Reader::findDirectory(stream::random::Input& input) {
 }
 
 void Reader::decode(stream::random::Input& input, io::random::File&) {
-    reader.fireArchiveDecodeBegin();
-    reader.fireProgressSizeBegin(reader.archiveInfo.expandedSize());
-    reader.fireProgressFilesBegin(reader.archiveInfo.fileCount);
-    itemsDone = 0;
-    reader.fireProgressFilesMove(0);
+    beginDecode();
 
     // Each entry's central header, local header and data are read through
     // two windows, so that small entries cost no read of their own.

@@ -214,7 +214,7 @@ std::string rarArchive(const std::vector<std::pair<std::string, std::string>>& f
         const uint32_t crc = crc32Of(body);
         return std::string{static_cast<char>(crc), static_cast<char>(crc >> 8)} + body;
     };
-    auto le = [](std::string& b, uint32_t v, int n) {
+    auto le = [](std::string& b, uint64_t v, int n) {
         for (int i = 0; i < n; ++i) b += static_cast<char>(v >> (8 * i));
     };
     std::string out("Rar!\x1A\x07\x00", 7);

@@ -118,7 +118,7 @@ TEST_P(RoundTrip, ExpandsToTheInput) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Arsenic, RoundTrip,
-                         testing::Combine(testing::Range<size_t>(0, 13), testing::Values(9, 13, 16, 20)),
+                         testing::Combine(testing::Range<size_t>(0, 13), testing::Values(9, 13, 16, 20, 24)),
                          [](const testing::TestParamInfo<RoundTrip::ParamType>& info) {
                              return std::string(samples()[std::get<0>(info.param)].name) + "_bits" +
                                     std::to_string(std::get<1>(info.param));

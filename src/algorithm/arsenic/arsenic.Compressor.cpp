@@ -16,9 +16,11 @@ namespace algorithm::arsenic {
 namespace {
 
 // A bucket of the radix pass that is fully sorted. Blocks stop at 2^24 bytes,
-// so the flag lies above any position.
-constexpr uint32_t sortedFlag = 0x200000;
-constexpr uint32_t clearMask = 0xFFDFFFFF;
+// so the flag must lie above any position: bit 30. (Bit 21 would fall inside
+// the positions of blocks of 22 to 24 bits and wreck their sort; for smaller
+// blocks the mark is the same either way, and so is the stream.)
+constexpr uint32_t sortedFlag = 0x40000000;
+constexpr uint32_t clearMask = ~sortedFlag;
 
 // Blocks end with 32 bytes that repeat their start, so that a comparison can
 // run that far past the end before it tests for the wrap.

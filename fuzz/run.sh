@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs every fuzz harness of a build for a number of seconds, one after the
-# other, on its corpus (build/fuzz/corpus/NAME, grown from the seeds), and
+# Runs every fuzz harness of a build for a number of seconds, several at once,
+# each on its corpus (build/fuzz/corpus/NAME, grown from the seeds), and
 # prints the executions and coverage each reached. Crashing inputs are left
 # in build/fuzz/findings; the status is 1 when there is one.
 #
@@ -16,15 +16,17 @@ targets=("$@")
 
 "$build/fuzz/cratewerk_fuzz_seeds" "$build/seeds" "$here/../tests/data" >/dev/null
 mkdir -p "$build/findings" "$build/logs"
-status=0
-printf '%-12s %12s %8s %8s  %s\n' harness executions edges features result
-for t in "${targets[@]}"; do
+# FUZZ_JOBS harnesses run at once (default: one per processor); each still
+# gets its own SECONDS.
+jobs=${FUZZ_JOBS:-$(nproc)}
+
+# one NAME: runs a harness and leaves its row of the table in logs/NAME.row.
+one() {
+  local t=$1 log="$build/logs/$1.log" rc runs line cov ft result dict=()
   mkdir -p "$build/corpus/$t" "$build/seeds/$t"
   # Inputs that once failed seed the corpus too.
   [ -d "$here/../tests/data/fuzz/$t" ] && cp -n "$here/../tests/data/fuzz/$t"/* "$build/corpus/$t/" 2>/dev/null
-  dict=()
   [ -f "$here/dict/$t.dict" ] && dict=(-dict="$here/dict/$t.dict")
-  log="$build/logs/$t.log"
   ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=0 UBSAN_OPTIONS=print_stacktrace=1 \
     "$build/fuzz/fuzz_$t" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2560 -print_final_stats=1 \
     "${dict[@]}" -artifact_prefix="$build/findings/$t-" "$build/corpus/$t" "$build/seeds/$t" >"$log" 2>&1
@@ -34,10 +36,22 @@ for t in "${targets[@]}"; do
   cov=$(sed -n 's/.* cov: \([0-9]*\).*/\1/p' <<<"$line")
   ft=$(sed -n 's/.* ft: \([0-9]*\).*/\1/p' <<<"$line")
   result=clean
-  if [ $rc -ne 0 ]; then
-    result="FINDING (see $log)"
-    status=1
-  fi
-  printf '%-12s %12s %8s %8s  %s\n' "$t" "${runs:-?}" "${cov:-?}" "${ft:-?}" "$result"
+  [ $rc -ne 0 ] && result="FINDING (see $log)"
+  printf '%-12s %12s %8s %8s  %s\n' "$t" "${runs:-?}" "${cov:-?}" "${ft:-?}" "$result" >"$build/logs/$t.row"
+}
+
+for t in "${targets[@]}"; do
+  rm -f "$build/logs/$t.row"
+  while [ "$(jobs -rp | wc -l)" -ge "$jobs" ]; do wait -n; done
+  one "$t" &
+done
+wait
+
+status=0
+printf '%-12s %12s %8s %8s  %s\n' harness executions edges features result
+for t in "${targets[@]}"; do
+  row=$(cat "$build/logs/$t.row" 2>/dev/null) || row=$(printf '%-12s  %s' "$t" "did not run")
+  printf '%s\n' "$row"
+  case $row in *clean) ;; *) status=1 ;; esac
 done
 exit $status

@@ -124,13 +124,16 @@ includes=(-std=c99 -I"$src")
 compile deflate "$src"/lib/*.c "$src"/lib/x86/*.c
 cp "$src/libdeflate.h" "$prefix/include/"
 
-# libarchive, with zlib and libbz2 only: no crypto, XML, iconv or other
+# libarchive, with zlib and libbz2 only (and glibc's iconv on Linux): no crypto, XML or other
 # compression libraries, and none of its programs. Only the static library
 # is built.
 src=$(fetch libarchive)
 off=()
 for option in OPENSSL MBEDTLS NETTLE LIBB2 LZ4 LZO LZMA ZSTD LIBXML2 EXPAT PCREPOSIX LIBGCC CNG \
   TAR CPIO CAT XATTR ACL ICONV TEST INSTALL WERROR; do
+  # glibc's own iconv converts names from other code pages (an LHA archive's
+  # Shift-JIS, say); on Windows libarchive converts through the system.
+  [ "$target" = i686-linux-gnu ] && [ $option = ICONV ] && continue
   off+=(-DENABLE_$option=OFF)
 done
 cmake -S "$src" -B "$work/libarchive" -G Ninja -DCMAKE_BUILD_TYPE=Release -Wno-dev \

@@ -263,6 +263,21 @@ TEST(LegacyReaders, ClimbingNamesStayInside) {
     }
 }
 
+// A level-3 LHA header claims its size in 32 bits, and libarchive would
+// allocate what it claims: one behind a good entry refuses the archive
+// before libarchive sees it.
+TEST(LegacyReaders, AnLhaHeaderOfLevelThreeIsRefusedBeforeItsClaimIsBelieved) {
+    std::string level3("\x04\x00-lhd-", 7);
+    level3 += std::string(13, '\0');
+    level3 += '\x03';             // level, at offset 20
+    level3 += '\0';
+    level3 += std::string("\x00\x00\xFF\xFF\xFF\xFF", 6);  // a header of 4 GiB
+    test::Scratch scratch;
+    const Outcome outcome =
+        expand(scratch.write("level3.lzh", lhaEntry("a.txt", "data") + level3 + '\0'), scratch.path() / "out");
+    EXPECT_EQ(outcome.message, "invalid lha archive: header level 3 is not supported");
+}
+
 // Every truncation and a few thousand byte flips end in an exception or in
 // output inside the folder, never in a crash, a hang or output without end.
 void expectContained(const test::Scratch& scratch, const std::string& bytes) {

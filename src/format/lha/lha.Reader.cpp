@@ -2,13 +2,40 @@
 
 #include <archive.h>
 
+#include <string>
+
+#include "engine/t5.Exception.h"
+#include "stream/stream.Input.h"
+
 namespace engine5::lha {
 
 namespace {
 
 void supportLha(struct archive* parser) { archive_read_support_format_lha(parser); }
 
-const tar::Reader::Dialect lhaDialect{"lha", supportLha, "encrypted LHA archives not supported by lha reader"};
+// Walks the headers (each followed by its packed data) and refuses the archive
+// at a header of level 3 or more: those give their header sizes in 32 bits,
+// and libarchive allocates what such a size claims before it reads a byte of
+// it. The walk stops quietly at the end mark or at anything that is not a
+// header, and leaves the rest to libarchive.
+void vetLha(stream::random::Input& archive, uint64_t position) {
+    const uint64_t end = archive.size();
+    unsigned char h[22];
+    while (position + sizeof h <= end) {
+        archive.seek(position);
+        if (archive.read(reinterpret_cast<char*>(h), sizeof h) != sizeof h) return;
+        if (h[0] == 0 || h[2] != '-' || h[3] != 'l' || h[6] != '-') return;
+        const int level = h[20];
+        if (level >= 3)
+            throw tuckett5::exception::BadFormat("invalid lha archive: header level " + std::to_string(level) +
+                                                 " is not supported");
+        const uint64_t header = level == 2 ? uint64_t(h[0]) | uint64_t(h[1]) << 8 : uint64_t(h[0]) + 2;
+        const uint64_t packed = uint64_t(h[7]) | uint64_t(h[8]) << 8 | uint64_t(h[9]) << 16 | uint64_t(h[10]) << 24;
+        position += header + packed;
+    }
+}
+
+const tar::Reader::Dialect lhaDialect{"lha", supportLha, "encrypted LHA archives not supported by lha reader", vetLha};
 
 }  // namespace
 

@@ -171,6 +171,7 @@ Reader::~Reader() { close(); }
 
 void Reader::open(stream::random::Input& archive) {
     close();
+    if (dialect_.vet) dialect_.vet(archive, reader.archiveInfo.position);
     archive.seek(reader.archiveInfo.position);
     source_.input = static_cast<stream::Input*>(&archive);
     source_.failure = nullptr;

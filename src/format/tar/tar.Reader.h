@@ -26,6 +26,10 @@ public:
         void (*support)(struct archive*);
         // The text that refuses an item whose data is encrypted.
         const char* encrypted;
+        // Looks over the archive, from the reader's position, before
+        // libarchive sees it, and throws for what libarchive must not be
+        // given; none for most formats.
+        void (*vet)(stream::random::Input&, uint64_t position) = nullptr;
     };
 
     Reader(uint32_t position, tuckett5::Reader& reader);

@@ -170,6 +170,9 @@ TEST_P(PasswordArchives, DecipherWithTheRightPasswordOnly) {
         ADD_FAILURE() << "the wrong password was accepted";
     } catch (const format::Exception& e) {
         EXPECT_STREQ(e.what(), "bad password in format::zip::EncryptionHeader::read()");
+    } catch (const std::exception&) {
+        // The encryption header's salt is random: in one archive of 256 a
+        // wrong password passes its one check byte, and the data fails instead.
     }
 }
 

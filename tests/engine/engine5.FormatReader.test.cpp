@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "io/io.File.h"
 #include "io/io.Path.h"
 #include "stream/stream.Input.h"
+#include "stream/stream.Output.h"
 #include "support/failure.h"
 #include "support/scratch.h"
 
@@ -31,6 +33,29 @@ public:
     using engine5::FormatReader::postprocessName;
     using engine5::FormatReader::preprocessName;
     using engine5::FormatReader::topLevelNames;
+};
+
+// Expands items that the tests describe, as a format reader with hard links.
+class Items : public engine5::FormatReader {
+public:
+    explicit Items(tuckett5::Reader& reader) : engine5::FormatReader(0, reader) { hardLinks = true; }
+    bool file(const std::string& name, const std::string& data) {
+        engine5::Entry entry;
+        entry.name = name;
+        entry.dataSize(data.size());
+        return expandFile(entry, [&] { dataFork().write(data.data(), static_cast<uint32_t>(data.size())); });
+    }
+    bool hardLink(const std::string& name, const std::string& target) {
+        engine5::Entry entry;
+        entry.kind = engine5::Entry::Kind::hardLink;
+        entry.name = name;
+        entry.linkTarget = target;
+        entry.dataSize(0);
+        entry.modificationTime(86400);
+        entry.permissions(0);
+        return expandFile(entry, [] {});
+    }
+    using engine5::FormatReader::expandFolder;
 };
 
 class Renamed : public tuckett5::event::FileChangedNameListener {
@@ -166,6 +191,49 @@ TEST_F(NamePipeline, NoTriesFailsAtOnce) {
     EXPECT_EQ(test::failureOf([&] { pipeline.createOutputFolder(path, 0); }),
               "Output: cannot create an output file in engine5::FormatReader::createOutputFolder");
     EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+// A hard link joins the file that its target name last made in this run,
+// takes a free name as a file would, and sets no date or mode (they are the
+// file's). Anything else it might name is refused for the one item.
+TEST_F(NamePipeline, HardLinksJoinOnlyFilesThisRunMade) {
+    scratch.write("outside.txt", "secret");
+    scratch.write("out/before.txt", "before");
+    reader.continueAfterItemFailure(true);
+    Items items(reader);
+    ASSERT_TRUE(items.file("top/a.txt", "first"));
+    ASSERT_TRUE(items.file("top/a.txt", "second"));
+    ASSERT_TRUE(items.hardLink("top/sub/b.txt", "top/a.txt"));
+    ASSERT_TRUE(items.hardLink("./top//c.txt", "top\\sub/./b.txt"));
+    ASSERT_TRUE(items.hardLink("top/a.txt", "top/c.txt"));
+    engine5::Entry folder;
+    folder.kind = engine5::Entry::Kind::folder;
+    folder.name = "top/dir";
+    items.expandFolder(folder);
+    const std::vector<std::string> refused = {"../outside.txt", scratch.path("outside.txt"), "top/dir", "nothing",
+                                              "before.txt"};
+    for (const std::string& target : refused) EXPECT_FALSE(items.hardLink("top/bad", target)) << target;
+
+    EXPECT_EQ(test::Scratch::read(under({"top", "sub", "b.txt"})), "second");
+    io::File joined(under({"top", "a_1.txt"}));
+    EXPECT_NE(joined.modificationTime(), 86400);
+#ifndef _WIN32
+    EXPECT_EQ(joined.permissions() & 0600, 0600u);
+#endif
+    // Writing through one name changes what every other name shows.
+    { std::ofstream(under({"top", "c.txt"}), std::ios::binary | std::ios::trunc) << "changed"; }
+    for (const char* name : {"a_1.txt", "sub/b.txt", "a_2.txt"})
+        EXPECT_EQ(test::Scratch::read(out + io::Path::separator + "top" + io::Path::separator + name), "changed")
+            << name;
+    EXPECT_EQ(test::Scratch::read(under({"top", "a.txt"})), "first");
+    EXPECT_EQ(test::Scratch::read(scratch.path("outside.txt")), "secret");
+    EXPECT_FALSE(std::filesystem::exists(under({"top", "bad"})));
+    ASSERT_EQ(reader.itemFailures.size(), refused.size());
+    for (size_t i = 0; i < refused.size(); ++i) {
+        EXPECT_EQ(reader.itemFailures[i].name, "top/bad");
+        EXPECT_EQ(reader.itemFailures[i].message,
+                  "cannot hard link to " + refused[i] + ", which is no file expanded before it");
+    }
 }
 
 class EmptyInput : public stream::random::Input {

@@ -35,28 +35,29 @@ public:
     using engine5::FormatReader::topLevelNames;
 };
 
-// Expands items that the tests describe, as a format reader with hard links.
-class Items : public engine5::FormatReader {
-public:
-    explicit Items(tuckett5::Reader& reader) : engine5::FormatReader(0, reader) { hardLinks = true; }
-    bool file(const std::string& name, const std::string& data) {
-        engine5::Entry entry;
-        entry.name = name;
-        entry.dataSize(data.size());
-        return expandFile(entry, [&] { dataFork().write(data.data(), static_cast<uint32_t>(data.size())); });
-    }
-    bool hardLink(const std::string& name, const std::string& target) {
-        engine5::Entry entry;
-        entry.kind = engine5::Entry::Kind::hardLink;
-        entry.name = name;
-        entry.linkTarget = target;
-        entry.dataSize(0);
-        entry.modificationTime(86400);
-        entry.permissions(0);
-        return expandFile(entry, [] {});
-    }
-    using engine5::FormatReader::expandFolder;
-};
+// One ustar member: a file of `data` ('0'), a folder ('5') or a hard link
+// ('1') to `link`, dated `mtime`. A link's mode is 0400, a file's 0644.
+std::string tarMember(const std::string& name, char type, const std::string& data, const std::string& link = "",
+                      uint32_t mtime = 1000000000) {
+    const auto octal = [](std::string& block, size_t at, size_t width, uint64_t value) {
+        for (size_t i = width - 1; i-- > 0; value >>= 3) block[at + i] = static_cast<char>('0' + (value & 7));
+    };
+    std::string block(512, '\0');
+    block.replace(0, name.size(), name);
+    octal(block, 100, 8, type == '1' ? 0400 : 0644), octal(block, 108, 8, 0), octal(block, 116, 8, 0);
+    octal(block, 124, 12, data.size()), octal(block, 136, 12, mtime);
+    block[156] = type;
+    block.replace(157, link.size(), link);
+    block.replace(257, 8,
+                  std::string("ustar\0"
+                              "00",
+                              8));
+    block.replace(148, 8, "        ");
+    uint32_t sum = 0;
+    for (char c : block) sum += static_cast<unsigned char>(c);
+    octal(block, 148, 7, sum);
+    return block + data + std::string((512 - data.size() % 512) % 512, '\0');
+}
 
 class Renamed : public tuckett5::event::FileChangedNameListener {
 public:
@@ -199,26 +200,24 @@ TEST_F(NamePipeline, NoTriesFailsAtOnce) {
 TEST_F(NamePipeline, HardLinksJoinOnlyFilesThisRunMade) {
     scratch.write("outside.txt", "secret");
     scratch.write("out/before.txt", "before");
-    reader.continueAfterItemFailure(true);
-    Items items(reader);
-    ASSERT_TRUE(items.file("top/a.txt", "first"));
-    ASSERT_TRUE(items.file("top/a.txt", "second"));
-    ASSERT_TRUE(items.hardLink("top/sub/b.txt", "top/a.txt"));
-    ASSERT_TRUE(items.hardLink("./top//c.txt", "top\\sub/./b.txt"));
-    ASSERT_TRUE(items.hardLink("top/a.txt", "top/c.txt"));
-    engine5::Entry folder;
-    folder.kind = engine5::Entry::Kind::folder;
-    folder.name = "top/dir";
-    items.expandFolder(folder);
     const std::vector<std::string> refused = {"../outside.txt", scratch.path("outside.txt"), "top/dir", "nothing",
                                               "before.txt"};
-    for (const std::string& target : refused) EXPECT_FALSE(items.hardLink("top/bad", target)) << target;
+    std::string tar = tarMember("top/a.txt", '0', "first") + tarMember("top/a.txt", '0', "second") +
+                      tarMember("top/sub/b.txt", '1', "", "top/a.txt", 86400) +
+                      tarMember("./top//c.txt", '1', "", "top/sub/./b.txt", 86400) +
+                      tarMember("top/a.txt", '1', "", "top/c.txt", 86400) + tarMember("top/dir/", '5', "");
+    for (const std::string& target : refused) tar += tarMember("top/bad", '1', "", target);
+    reader.continueAfterItemFailure(true);
+    reader.open(scratch.write("links.tar", tar + std::string(1024, '\0')));
+    reader.scan();
+    reader.decode();
+    reader.close();
 
     EXPECT_EQ(test::Scratch::read(under({"top", "sub", "b.txt"})), "second");
     io::File joined(under({"top", "a_1.txt"}));
-    EXPECT_NE(joined.modificationTime(), 86400);
+    EXPECT_EQ(joined.modificationTime(), 1000000000);
 #ifndef _WIN32
-    EXPECT_EQ(joined.permissions() & 0600, 0600u);
+    EXPECT_EQ(joined.permissions() & 0777, 0644u);
 #endif
     // Writing through one name changes what every other name shows.
     { std::ofstream(under({"top", "c.txt"}), std::ios::binary | std::ios::trunc) << "changed"; }

@@ -269,9 +269,10 @@ int list(const Arguments& arguments) {
         for (const auto& item : lister.items) {
             const bool link = !item.folder && item.file.mode.isSet() && (item.file.mode() & 0170000) == 0120000;
             std::printf("%s\n  {\"name\": %s, \"type\": \"%s\"", separator, jsonString(item.name).c_str(),
-                        item.folder ? "folder"
-                        : link      ? "link"
-                                    : "file");
+                        item.folder          ? "folder"
+                        : item.file.hardLink ? "hardlink"
+                        : link               ? "link"
+                                             : "file");
             if (!item.folder) {
                 const tuckett5::FileInfo& f = item.file;
                 if (f.expandedSize.isSet()) std::printf(", \"size\": %u", f.expandedSize());
@@ -308,12 +309,16 @@ int list(const Arguments& arguments) {
         std::string packed = f.compressedSize.isSet() ? std::to_string(f.compressedSize()) : "";
         std::string when = f.modificationTime.isSet() ? isoTime(f.modificationTime()) : "";
         const bool link = f.mode.isSet() && (f.mode() & 0170000) == 0120000;
-        std::string type = link ? "link"
+        std::string type = f.hardLink ? "hardlink"
+                           : link     ? "link"
                            : f.type.isSet()
                                ? f.type().stringValue() + "/" + (f.creator.isSet() ? f.creator().stringValue() : "????")
                                : "file";
-        std::printf("%12s  %12s  %-16s  %-9s  %s%s\n", size.c_str(), packed.c_str(), when.c_str(), type.c_str(),
-                    escaped(item.name).c_str(), f.encrypted ? " (encrypted)" : "");
+        // A link names its target as tar -tv does.
+        std::string target;
+        if (!f.linkTarget.empty()) target = (f.hardLink ? " link to " : " -> ") + escaped(f.linkTarget);
+        std::printf("%12s  %12s  %-16s  %-9s  %s%s%s\n", size.c_str(), packed.c_str(), when.c_str(), type.c_str(),
+                    escaped(item.name).c_str(), target.c_str(), f.encrypted ? " (encrypted)" : "");
         total += f.expandedSize.isSet() ? f.expandedSize() : 0;
         ++files;
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <string_view>
 #include <vector>
 
 #include "engine/t5.Reader.h"
@@ -106,6 +107,26 @@ uint32_t clamp32(uint64_t value) { return value > 0xFFFFFFFFu ? 0xFFFFFFFFu : st
 
 uint32_t macTime(int64_t seconds) { return static_cast<uint32_t>(seconds + macEpochOffset); }
 
+// A stored name as hard links name it: its components without the empty
+// ones and ".", joined by "/", so that "./a//b" and "a/b" are one name. A
+// ".." stays, so a target that climbs names nothing that was made.
+std::string storedKey(const std::string& name, bool backslashSeparates) {
+    const char* separators = backslashSeparates ? "/\\" : "/";
+    std::string key;
+    std::string::size_type start = 0;
+    while (start <= name.size()) {
+        std::string::size_type stop = name.find_first_of(separators, start);
+        if (stop == std::string::npos) stop = name.size();
+        const std::string_view part(name.data() + start, stop - start);
+        if (!part.empty() && part != ".") {
+            if (!key.empty()) key += '/';
+            key += part;
+        }
+        start = stop + 1;
+    }
+    return key;
+}
+
 // Failures of one item that leave the archive readable: the rest can go on.
 bool itemFailure(const un::exception& failure) {
     return dynamic_cast<const tuckett5::exception::UnsupportedMethod*>(&failure) != nullptr ||
@@ -123,6 +144,8 @@ std::string ratioRefusal(uint32_t ratio) {
 // The outputs of the file in hand, from the disk inwards.
 struct FormatReader::OpenFile {
     std::string path;
+    // The stored name that hard links know the file by, where they may.
+    std::string name;
     bool macBinary = false;
     RatioBudget budget;
     io::random::File file;
@@ -187,6 +210,7 @@ void FormatReader::describe(const Entry& entry) {
     if (entry.permissions.isSet())
         info.mode(entry.permissions() | (entry.kind == Entry::Kind::link ? 0120000u : 0100000u));
     info.linkTarget = entry.linkTarget;
+    info.hardLink = entry.kind == Entry::Kind::hardLink;
 }
 
 uint64_t FormatReader::ratioLimit(uint64_t compressed) const {
@@ -244,6 +268,9 @@ bool FormatReader::expandFile(const Entry& entry, const std::function<void()>& w
         if (entry.kind == Entry::Kind::link) {
             expandLink(entry, path, write);
             bytesDone = start + size;
+        } else if (entry.kind == Entry::Kind::hardLink) {
+            expandHardLink(entry, path);
+            bytesDone = start + size;
         } else {
             if (macBinaryOutput) path += ".bin";
             openOutputs(entry, path);
@@ -284,6 +311,10 @@ void FormatReader::openOutputs(const Entry& entry, const std::string& planned) {
     out.budget = budget;
     createOutputFile(out.file, out.path, defaultTries);
     noteTop(out.path);
+    if (hardLinks) {
+        out.name = storedKey(entry.placeName.empty() ? entry.name : entry.placeName, entry.backslashSeparates);
+        madeFiles_[out.name] = {out.path, out.macBinary};
+    }
     out.fileOutput = std::make_unique<io::random::FileOutput>(out.file);
     out.buffered = std::make_unique<stream::BufferedOutput>(*out.fileOutput, bufferSize);
     const uint64_t dataSize = entry.dataSize.isSet() ? entry.dataSize() : stream::all;
@@ -411,6 +442,7 @@ void FormatReader::abandonFile() {
         if (failed->driveRsrc) failed->driveRsrc->close();
         failed->file.close();
         io::File(failed->path).unlink(false);
+        if (!failed->name.empty()) madeFiles_.erase(failed->name);
         if (reader.topPath == failed->path) reader.topPath.clear();
         if (failed->rsrc) std::remove(io::ntfs::Rsrc::sidecar(failed->path).c_str());
     } catch (const un::exception&) {
@@ -468,14 +500,52 @@ void FormatReader::expandLink(const Entry& entry, const std::string& planned, co
 #endif
     // A link that leaves the folder (or that this system cannot make) comes
     // out as a small file that holds its target, and the client is told.
-    reader.itemWarnings.push_back(
-        {reader.fileInfo.name, "", "", "a link whose target leaves the folder is kept as a file"});
+    // Windows makes symbolic links only for privileged users, so there every
+    // one is kept so.
+#ifdef _WIN32
+    const char* why = "a symbolic link is kept as a file that holds its target";
+#else
+    const char* why = "a link whose target leaves the folder is kept as a file";
+#endif
+    reader.itemWarnings.push_back({reader.fileInfo.name, "", "", why});
     Entry file = entry;
     file.kind = Entry::Kind::file;
     file.dataSize(target.size());
     file.permissions.reset();
     openOutputs(file, planned);
     dataFork().write(target.data(), static_cast<uint32_t>(target.size()));
+}
+
+void FormatReader::expandHardLink(const Entry& entry, const std::string& planned) {
+    // Only a plain file that this run made is linked: a hard link can then
+    // reach nothing outside the output folder, nor anything that was there
+    // before, nor a folder or a symbolic link.
+    const auto found = madeFiles_.find(storedKey(entry.linkTarget, entry.backslashSeparates));
+    bool exists = false;
+    if (found == madeFiles_.end() || io::Path::link(found->second.path, exists) || !exists ||
+        io::Path::directory(found->second.path))
+        throw tuckett5::exception::BadData("cannot hard link to " + entry.linkTarget +
+                                           ", which is no file expanded before it");
+    const MadeFile target = found->second;
+    // The link takes the file's form, and a free name as a file would.
+    const std::string original = target.macBinary ? planned + ".bin" : planned;
+    std::string path;
+    for (int i = 0;; ++i) {
+        path = original;
+        postprocessName(path);
+        try {
+            io::Path::hardLink(target.path, path);
+            break;
+        } catch (const un::exception&) {
+            // Only a name taken meanwhile is worth another try; a volume
+            // that holds no hard links refuses every one.
+            if (i + 1 >= defaultTries || !io::Path::exists(path))
+                throw tuckett5::exception::Output("cannot create a hard link in engine5::FormatReader");
+        }
+    }
+    noteTop(path);
+    madeFiles_[storedKey(entry.placeName.empty() ? entry.name : entry.placeName, entry.backslashSeparates)] = {
+        path, target.macBinary};
 }
 
 std::string FormatReader::expandFolder(const Entry& entry) {

@@ -33,7 +33,9 @@ namespace engine5 {
 // One item as a format reader describes it to the extraction path. The reader
 // fills what its format stores; what is left unset is not applied.
 struct Entry {
-    enum class Kind { file, folder, link };
+    // A link is a symbolic link; a hardLink a second name of a file that an
+    // earlier item of the same archive made.
+    enum class Kind { file, folder, link, hardLink };
     Kind kind = Kind::file;
     // The stored name in the local encoding, folders separated by "/", and by
     // "\" too where `backslashSeparates`; elsewhere a "\" is part of a name.
@@ -58,7 +60,7 @@ struct Entry {
     // the conversion of "text items only" takes it.
     bool text = false;
     // The target of a symbolic link, as stored; empty when the link's data
-    // fork holds it.
+    // fork holds it. For a hard link, the stored name of the item it joins.
     std::string linkTarget;
     // For listings: the name of the method and the check value of the data.
     std::string method;
@@ -154,6 +156,9 @@ protected:
     uint32_t itemsDone = 0;
     // Whether folders count among the items of progressFilesMove.
     bool foldersAreItems = false;
+    // Whether the format has hard links: the files made are then remembered
+    // by their stored names, which the links name.
+    bool hardLinks = false;
 
     // Always for 1, never for 0, the format's own choice otherwise.
     void makeMacBinaryOutputDecision(bool formatDefault);
@@ -189,6 +194,8 @@ private:
     void finishFile(const Entry& entry);
     void abandonFile();
     void expandLink(const Entry& entry, const std::string& planned, const std::function<void()>& write);
+    // Makes the item a second name of the file that an earlier item made.
+    void expandHardLink(const Entry& entry, const std::string& planned);
 
     // Notes a folder that this run made or found as a real folder, and the
     // folders above it: none of them is looked up again.
@@ -200,6 +207,12 @@ private:
     std::set<std::string> knownFolders_;
     // The path of the item in hand when its look-up found nothing there.
     std::string freePath_;
+    // The plain files that this run made, by stored name, for hard links.
+    struct MadeFile {
+        std::string path;
+        bool macBinary = false;
+    };
+    std::map<std::string, MadeFile> madeFiles_;
 };
 
 }  // namespace engine5

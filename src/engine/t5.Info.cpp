@@ -27,6 +27,7 @@ void FileInfo::reset() {
     crc.reset(0);
     mode.reset(0);
     linkTarget.clear();
+    hardLink = false;
 }
 
 void FolderInfo::reset() {

@@ -55,6 +55,8 @@ public:
     un::opt_property<uint32_t> crc;
     un::opt_property<uint32_t> mode;
     std::string linkTarget;
+    // The link is a hard link: linkTarget names the item it is a second name of.
+    bool hardLink = false;
 };
 
 // An item that could not be expanded while the run went on past it.

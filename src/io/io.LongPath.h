@@ -27,6 +27,7 @@ BOOL setAttributes(const std::string& path, DWORD attributes);
 BOOL createDirectory(const std::string& path);
 BOOL removeDirectory(const std::string& path);
 BOOL deleteFile(const std::string& path);
+BOOL createHardLink(const std::string& path, const std::string& existing);
 // The first entry that matches a pattern, with its name in the ANSI code
 // page; FindNextFileA goes on from the handle.
 HANDLE findFirst(const std::string& pattern, WIN32_FIND_DATAA& data);

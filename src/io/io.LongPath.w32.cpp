@@ -46,6 +46,11 @@ BOOL deleteFile(const std::string& path) {
     return needed(path) ? DeleteFileW(extended(path).c_str()) : DeleteFileA(path.c_str());
 }
 
+BOOL createHardLink(const std::string& path, const std::string& existing) {
+    if (!needed(path) && !needed(existing)) return CreateHardLinkA(path.c_str(), existing.c_str(), nullptr);
+    return CreateHardLinkW(extended(path).c_str(), extended(existing).c_str(), nullptr);
+}
+
 HANDLE findFirst(const std::string& pattern, WIN32_FIND_DATAA& data) {
     if (!needed(pattern)) return FindFirstFileA(pattern.c_str(), &data);
     WIN32_FIND_DATAW wide;

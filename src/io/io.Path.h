@@ -31,6 +31,11 @@ public:
     static bool link(const std::string& path);
     // The same, with one look-up that also tells whether anything is there.
     static bool link(const std::string& path, bool& exists);
+    // Makes `path` a second name of the file `existing` (a hard link): both
+    // name the same data from then on. A symbolic link at `existing` is
+    // linked itself, never followed. Fails where `path` is taken or the file
+    // system holds no hard links.
+    static void hardLink(const std::string& existing, const std::string& path);
     // Creates the folder and every missing folder above it; "" does nothing.
     static void createDirectory(const std::string& path);
     // Creates the folder that would hold `path`; "" does nothing.

@@ -1,4 +1,5 @@
 #include <errno.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -74,6 +75,17 @@ bool Path::link(const std::string& path, bool& exists) {
     struct stat st;
     exists = !path.empty() && ::lstat(path.c_str(), &st) == 0;
     return exists && S_ISLNK(st.st_mode);
+}
+
+} // namespace io
+
+namespace io {
+
+void Path::hardLink(const std::string& existing, const std::string& path) {
+    // linkat without AT_SYMLINK_FOLLOW links a symbolic link itself on every
+    // POSIX system; plain link() follows it on some.
+    if (::linkat(AT_FDCWD, existing.c_str(), AT_FDCWD, path.c_str(), 0) != 0)
+        throw OutputException("io::Path::hardLink() cannot link " + path);
 }
 
 } // namespace io

@@ -47,3 +47,11 @@ bool Path::link(const std::string& path, bool& exists) {
 }
 
 } // namespace io
+
+namespace io {
+
+void Path::hardLink(const std::string& existing, const std::string& path) {
+    if (!longpath::createHardLink(path, existing)) throw OutputException("io::Path::hardLink() cannot link " + path);
+}
+
+} // namespace io

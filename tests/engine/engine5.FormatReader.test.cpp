@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "io/io.File.h"
 #include "io/io.Path.h"
 #include "stream/stream.Input.h"
+#include "stream/stream.Output.h"
 #include "support/failure.h"
 #include "support/scratch.h"
 
@@ -32,6 +34,30 @@ public:
     using engine5::FormatReader::preprocessName;
     using engine5::FormatReader::topLevelNames;
 };
+
+// One ustar member: a file of `data` ('0'), a folder ('5') or a hard link
+// ('1') to `link`, dated `mtime`. A link's mode is 0400, a file's 0644.
+std::string tarMember(const std::string& name, char type, const std::string& data, const std::string& link = "",
+                      uint32_t mtime = 1000000000) {
+    const auto octal = [](std::string& block, size_t at, size_t width, uint64_t value) {
+        for (size_t i = width - 1; i-- > 0; value >>= 3) block[at + i] = static_cast<char>('0' + (value & 7));
+    };
+    std::string block(512, '\0');
+    block.replace(0, name.size(), name);
+    octal(block, 100, 8, type == '1' ? 0400 : 0644), octal(block, 108, 8, 0), octal(block, 116, 8, 0);
+    octal(block, 124, 12, data.size()), octal(block, 136, 12, mtime);
+    block[156] = type;
+    block.replace(157, link.size(), link);
+    block.replace(257, 8,
+                  std::string("ustar\0"
+                              "00",
+                              8));
+    block.replace(148, 8, "        ");
+    uint32_t sum = 0;
+    for (char c : block) sum += static_cast<unsigned char>(c);
+    octal(block, 148, 7, sum);
+    return block + data + std::string((512 - data.size() % 512) % 512, '\0');
+}
 
 class Renamed : public tuckett5::event::FileChangedNameListener {
 public:
@@ -166,6 +192,47 @@ TEST_F(NamePipeline, NoTriesFailsAtOnce) {
     EXPECT_EQ(test::failureOf([&] { pipeline.createOutputFolder(path, 0); }),
               "Output: cannot create an output file in engine5::FormatReader::createOutputFolder");
     EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+// A hard link joins the file that its target name last made in this run,
+// takes a free name as a file would, and sets no date or mode (they are the
+// file's). Anything else it might name is refused for the one item.
+TEST_F(NamePipeline, HardLinksJoinOnlyFilesThisRunMade) {
+    scratch.write("outside.txt", "secret");
+    scratch.write("out/before.txt", "before");
+    const std::vector<std::string> refused = {"../outside.txt", scratch.path("outside.txt"), "top/dir", "nothing",
+                                              "before.txt"};
+    std::string tar = tarMember("top/a.txt", '0', "first") + tarMember("top/a.txt", '0', "second") +
+                      tarMember("top/sub/b.txt", '1', "", "top/a.txt", 86400) +
+                      tarMember("./top//c.txt", '1', "", "top/sub/./b.txt", 86400) +
+                      tarMember("top/a.txt", '1', "", "top/c.txt", 86400) + tarMember("top/dir/", '5', "");
+    for (const std::string& target : refused) tar += tarMember("top/bad", '1', "", target);
+    reader.continueAfterItemFailure(true);
+    reader.open(scratch.write("links.tar", tar + std::string(1024, '\0')));
+    reader.scan();
+    reader.decode();
+    reader.close();
+
+    EXPECT_EQ(test::Scratch::read(under({"top", "sub", "b.txt"})), "second");
+    io::File joined(under({"top", "a_1.txt"}));
+    EXPECT_EQ(joined.modificationTime(), 1000000000);
+#ifndef _WIN32
+    EXPECT_EQ(joined.permissions() & 0777, 0644u);
+#endif
+    // Writing through one name changes what every other name shows.
+    { std::ofstream(under({"top", "c.txt"}), std::ios::binary | std::ios::trunc) << "changed"; }
+    for (const char* name : {"a_1.txt", "sub/b.txt", "a_2.txt"})
+        EXPECT_EQ(test::Scratch::read(out + io::Path::separator + "top" + io::Path::separator + name), "changed")
+            << name;
+    EXPECT_EQ(test::Scratch::read(under({"top", "a.txt"})), "first");
+    EXPECT_EQ(test::Scratch::read(scratch.path("outside.txt")), "secret");
+    EXPECT_FALSE(std::filesystem::exists(under({"top", "bad"})));
+    ASSERT_EQ(reader.itemFailures.size(), refused.size());
+    for (size_t i = 0; i < refused.size(); ++i) {
+        EXPECT_EQ(reader.itemFailures[i].name, "top/bad");
+        EXPECT_EQ(reader.itemFailures[i].message,
+                  "cannot hard link to " + refused[i] + ", which is no file expanded before it");
+    }
 }
 
 class EmptyInput : public stream::random::Input {

@@ -96,17 +96,6 @@ tuckett5::UnicodeName decodeName(const std::string& stored, uint8_t host) {
                                                     : algorithm::unicode::CP437::decode(stored);
 }
 
-// The target of a hard link, a name in the archive, as a path from the
-// folder of the link.
-std::string relativeTarget(const std::string& link, const std::string& target) {
-    std::string path;
-    const size_t depth = io::safeComponents(link).size();
-    for (size_t i = 1; i < depth; ++i) path += "../";
-    const std::vector<std::string> parts = io::safeComponents(target);
-    for (size_t i = 0; i < parts.size(); ++i) path += (i ? "/" : "") + parts[i];
-    return path;
-}
-
 uint32_t clamp32(uint64_t value) { return value > 0xFFFFFFFFu ? 0xFFFFFFFFu : static_cast<uint32_t>(value); }
 
 // Methods 1 to 3 share one decoder; they differ only in how hard the
@@ -142,7 +131,10 @@ std::unique_ptr<zip::MethodReader> methodReader(uint8_t method, tuckett5::Reader
 
 }  // namespace
 
-Reader::Reader(uint32_t position, tuckett5::Reader& reader) : FormatReader(position, reader) { foldersAreItems = true; }
+Reader::Reader(uint32_t position, tuckett5::Reader& reader) : FormatReader(position, reader) {
+    foldersAreItems = true;
+    hardLinks = true;
+}
 
 Reader::~Reader() = default;
 
@@ -189,13 +181,16 @@ Entry Reader::describeItem(const FileHeader& header) const {
     if (folder) return entry;
     if (header.fileType == FileHeader::specialType) {
         const Special found = special(header);
-        if (found.kind == Special::symbolicLink || found.kind == Special::hardLink) {
+        if (found.kind == Special::symbolicLink) {
             entry.kind = Entry::Kind::link;
             // A link kept as a file where its target leaves the folder is
             // no program: the link's own mode bits are not applied.
             entry.permissions.reset();
             entry.linkTarget = zip::localName(decodeName(found.data, host));
-            if (found.kind == Special::hardLink) entry.linkTarget = relativeTarget(entry.name, entry.linkTarget);
+        } else if (found.kind == Special::hardLink) {
+            // The target is the stored name of an earlier item.
+            entry.kind = Entry::Kind::hardLink;
+            entry.linkTarget = zip::localName(decodeName(found.data, host));
         }
     }
     entry.dataSize(header.originalSize);
@@ -284,7 +279,7 @@ void Reader::expandData(stream::random::Input& archive, const FileHeader& header
 }
 
 void Reader::expandSpecial(Entry& entry, const FileHeader& header) {
-    if (entry.kind == Entry::Kind::link) {
+    if (entry.kind == Entry::Kind::link || entry.kind == Entry::Kind::hardLink) {
         expandFile(entry, [] {});
         return;
     }

@@ -94,14 +94,12 @@ void names(struct archive_entry* item, Entry& entry, bool folder) {
     entry.backslashSeparates = false;
 }
 
-// The target of a hard link as a path from the folder of the link.
-std::string relativeTarget(const std::string& link, const std::string& target) {
-    std::string path;
-    const size_t depth = io::safeComponents(link).size();
-    for (size_t i = 1; i < depth; ++i) path += "../";
-    const std::vector<std::string> parts = io::safeComponents(target);
-    for (size_t i = 0; i < parts.size(); ++i) path += (i ? "/" : "") + parts[i];
-    return path;
+// The stored name of the item that a hard link is a second name of, in the
+// form of the entry's own name; empty for an item that is no hard link.
+std::string hardLinkTarget(struct archive_entry* item) {
+    const char* target = archive_entry_hardlink_utf8(item);
+    if (!target) target = archive_entry_hardlink(item);
+    return target ? zip::localName(zip::decodeUTF8(target)) : std::string();
 }
 
 const char* kindName(mode_t type) {
@@ -165,6 +163,7 @@ Reader::Reader(uint32_t position, tuckett5::Reader& reader) : Reader(position, r
 Reader::Reader(uint32_t position, tuckett5::Reader& reader, const Dialect& dialect)
     : FormatReader(position, reader), dialect_(dialect) {
     foldersAreItems = true;
+    hardLinks = true;
 }
 
 Reader::~Reader() { close(); }
@@ -224,7 +223,9 @@ void Reader::scan(stream::random::Input& archive, io::random::File&) {
             reader.fireFolderInfo();
         } else {
             const uint64_t size = archive_entry_size_is_set(item) ? uint64_t(archive_entry_size(item)) : 0;
-            entry.dataSize(type == AE_IFREG && !archive_entry_hardlink(item) ? size : 0);
+            entry.linkTarget = hardLinkTarget(item);
+            if (!entry.linkTarget.empty()) entry.kind = Entry::Kind::hardLink;
+            entry.dataSize(type == AE_IFREG && entry.linkTarget.empty() ? size : 0);
             entry.compressedSize(storedSize(item, entry.dataSize()));
             entry.modificationTime(archive_entry_mtime(item));
             entry.permissions(archive_entry_perm(item) & 0777);
@@ -302,12 +303,10 @@ void Reader::decode(stream::random::Input& archive, io::random::File&) {
             if (!path.empty()) folders.emplace_back(path, entry);
             continue;
         }
-        if (const char* target = archive_entry_hardlink(item)) {
-            std::string stored = target;
-            if (const char* utf8 = archive_entry_hardlink_utf8(item)) stored = utf8;
-            entry.kind = Entry::Kind::link;
+        entry.linkTarget = hardLinkTarget(item);
+        if (!entry.linkTarget.empty()) {
+            entry.kind = Entry::Kind::hardLink;
             entry.dataSize(0);
-            entry.linkTarget = relativeTarget(entry.name, zip::localName(zip::decodeUTF8(stored)));
             expandFile(entry, [] {});
             continue;
         }

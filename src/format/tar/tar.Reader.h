@@ -15,7 +15,7 @@ namespace engine5::tar {
 // data goes through the extraction path, so names and links stay inside the
 // output folder. Device nodes, pipes and sockets are passed over with a
 // warning; setuid, setgid and sticky bits are dropped. A hard link becomes a
-// symbolic link to the item it names.
+// second name of the file that the item it names came out as.
 //
 // The RAR and LHA readers are the same reader over other libarchive parsers:
 // a Dialect names the format in messages and turns its parsers on.

@@ -717,7 +717,13 @@ void Reader::unzipFolder(const FileInfo& info) {
 }
 
 void Reader::unzipFileData(stream::random::Input& input, stream::Output& output, const FileInfo& info) {
-    std::unique_ptr<MethodReader> method = MethodReader::make(info.method, info.flags, reader);
+    // A stored or deflated entry takes the reader the last one of its method
+    // left, with its buffers and window, instead of making them anew.
+    std::unique_ptr<MethodReader> method;
+    if (spareMethod_ && spareMethodNumber_ == info.method)
+        method = std::move(spareMethod_);
+    else
+        method = MethodReader::make(info.method, info.flags, reader);
     if (!method) throw UnsupportedMethod("zip reader encountered a file with an unsupported compression method");
     const uint64_t before = bytesDone;
     method->count = bytesDone;
@@ -746,9 +752,14 @@ void Reader::unzipFileData(stream::random::Input& input, stream::Output& output,
         method->decode(decrypted, output);
     }
     bytesDone = method->count;
+    const uint32_t crc = method->crc();
+    if (method->reusable()) {
+        spareMethod_ = std::move(method);
+        spareMethodNumber_ = info.method;
+    }
     // Output beyond the declared size is stopped as it is written; output
     // that falls short of it is as wrong.
-    if (method->count - before != info.uncompressedSize || method->crc() != info.crc) throw BadData(invalidData);
+    if (bytesDone - before != info.uncompressedSize || crc != info.crc) throw BadData(invalidData);
 }
 
 }  // namespace engine5::zip

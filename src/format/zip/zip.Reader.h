@@ -18,6 +18,8 @@ class Output;
 
 namespace engine5::zip {
 
+class MethodReader;
+
 // One entry of the central directory, as the reader lists and expands it.
 struct FileInfo {
     uint64_t offset = 0;      // of the local header, as the directory stores it
@@ -113,6 +115,8 @@ private:
     // Where the records behind the central directory begin.
     uint64_t directoryEnd_ = 0;
     MacMetadata mac_;
+    std::unique_ptr<MethodReader> spareMethod_;
+    int spareMethodNumber_ = -1;
 };
 
 }  // namespace engine5::zip

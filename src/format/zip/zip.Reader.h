@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -115,8 +116,7 @@ private:
     // Where the records behind the central directory begin.
     uint64_t directoryEnd_ = 0;
     MacMetadata mac_;
-    std::unique_ptr<MethodReader> spareMethod_;
-    int spareMethodNumber_ = -1;
+    std::array<std::unique_ptr<MethodReader>, 9> spareMethods_;  // by method number
 };
 
 }  // namespace engine5::zip

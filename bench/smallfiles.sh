@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 # The per-item cost of expansion: COUNT tiny files in ten folders, as a Zip
 # (made by zip) and as a tkt5 archive (made by cratewerk tuck), expanded by
-# cratewerk and by unzip side by side, on tmpfs where there is one. Prints
-# the CPU time of each run and, where strace is installed, its system calls.
+# cratewerk and by unzip side by side, on tmpfs where there is one. Where arc
+# is installed, also 2,000 short texts in an ARC archive (crunched, so that
+# each item goes through the LZW decoder), beside arc itself. Prints the CPU
+# time of each run and, where strace is installed, its system calls.
 #   bash bench/smallfiles.sh [BUILD] [COUNT]
 set -euo pipefail
 build=${1:-build/release}
@@ -24,6 +26,18 @@ for i in range(count):
 PY
 (cd "$work/src" && zip -qr ../tiny.zip tiny)
 "$tool" tuck "$work/src/tiny" -o "$work/tiny.tkt5" >/dev/null
+if command -v arc >/dev/null; then
+    mkdir -p "$work/arc"
+    python3 - "$work/arc" <<'PY'
+import random, sys
+random.seed(5)
+words = "the of archive stream window table code crunch squash byte file folder data".split()
+for i in range(2000):
+    with open(f"{sys.argv[1]}/f{i}.txt", "w") as f:
+        f.write(" ".join(random.choice(words) for _ in range(60 + i % 40)) + "\n")
+PY
+    (cd "$work/arc" && arc a ../tiny.arc *.txt >/dev/null)
+fi
 
 run() {
     local name=$1
@@ -41,4 +55,8 @@ for round in 1 2 3; do
     run "cratewerk zip " "$tool" x "$work/tiny.zip" "$work/out"
     run "cratewerk tkt5" "$tool" x "$work/tiny.tkt5" "$work/out"
     run "unzip         " unzip -q "$work/tiny.zip" -d "$work/out"
+    if [ -f "$work/tiny.arc" ]; then
+        run "cratewerk arc " "$tool" x "$work/tiny.arc" "$work/out"
+        run "arc           " sh -c 'mkdir "$1" && cd "$1" && arc x "$2" >/dev/null' sh "$work/out" "$work/tiny.arc"
+    fi
 done 2>&1

@@ -200,6 +200,37 @@ TEST(Inflate, DistanceBeforeTheFirstByteReadsTheWindow) {
     EXPECT_EQ(inflate(w.bytes()), (std::vector<char>{'x', 0, 0, 0}));
 }
 
+TEST(Inflate, ClearedHistoryReadsAsAFreshWindow) {
+    // A literal and a match 1,000 bytes back, before the stream's start.
+    BitWriter reach;
+    reach.put(1, 1);
+    reach.put(1, 2);
+    reach.code(0x30 + 'x', 8);
+    reach.code(1, 7);   // length 3
+    reach.code(19, 5);  // distances 769 to 1024, eight extra bits
+    reach.put(1000 - 769, 8);
+    reach.code(0, 7);
+    const std::vector<char> fresh{'x', 0, 0, 0};
+
+    // An earlier stream that filled the window to just short of its end, and
+    // one that wrapped round it: the far end holds their bytes until the
+    // history is cleared, and no more than the window is cleared.
+    for (uint32_t size : {32000u, 40000u}) {
+        BitWriter earlier;
+        earlier.put(1, 1);
+        earlier.put(0, 2);
+        earlier.align();
+        earlier.put(size, 16);
+        earlier.put(~size & 0xFFFF, 16);
+        for (uint32_t i = 0; i < size; ++i) earlier.put('a' + i % 26, 8);
+        Decompressor d;
+        EXPECT_EQ(inflate(d, earlier.bytes()).size(), size);
+        EXPECT_NE(inflate(d, reach.bytes()), fresh) << size;
+        d.clearHistory();
+        EXPECT_EQ(inflate(d, reach.bytes()), fresh) << size;
+    }
+}
+
 TEST(Inflate, MatchAtTheFullDistanceReadsTheWindowAsItWas) {
     // A distance of 32768 reads the bytes that the window held before they
     // are written: here the zeros of a fresh window, just past a run. Enough

@@ -1,5 +1,6 @@
 #include "algorithm/deflate/deflate.Decompressor.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstring>
@@ -39,6 +40,11 @@ Decompressor::Decompressor() { std::memset(window_, 0, sizeof window_); }
 
 Decompressor::~Decompressor() = default;
 
+void Decompressor::clearHistory() {
+    std::memset(window_, 0, spoiled_);
+    spoiled_ = 0;
+}
+
 // The bit input supplies zero bits forever once the data ends. Such bits can
 // decode as literals under some tables, so a stream that has used more bits
 // than its input holds is stopped here, at every block end and window flush.
@@ -56,6 +62,11 @@ uint32_t Decompressor::take(Bits& bits, unsigned n) {
 
 uint64_t Decompressor::process(stream::Input& in, stream::Output& out) {
     const uint64_t start = out.tell();
+    // A stream that stops on an error may have written anywhere in the
+    // window; one that ends filled it from the start, and the fast loop's
+    // word-wide copies pass its last byte by less than fastRoom.
+    const uint32_t spoiledBefore = spoiled_;
+    spoiled_ = windowSize;
     position_ = 0;
     consumed_ = 0;
     Bits bits(in, readAhead_, sizeof readAhead_);
@@ -63,7 +74,10 @@ uint64_t Decompressor::process(stream::Input& in, stream::Output& out) {
     }
     if (position_ != 0) out.write(reinterpret_cast<const char*>(window_), position_);
     out.flush();
-    return out.tell() - start;
+    const uint64_t produced = out.tell() - start;
+    const uint32_t reach = produced >= windowSize ? windowSize : std::min<uint32_t>(position_ + fastRoom, windowSize);
+    spoiled_ = std::max(spoiledBefore, reach);
+    return produced;
 }
 
 bool Decompressor::inflateBlock(Bits& bits, stream::Output& out) {

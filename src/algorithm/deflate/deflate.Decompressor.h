@@ -30,6 +30,12 @@ public:
     // frame that follows starts there, whatever the read-ahead took.
     uint64_t consumedBytes() const { return (consumed_ + 7) / 8; }
 
+    // Returns the window to the zeros of a new decoder, so that one object
+    // can serve stream after stream as fresh ones would, also where damaged
+    // data reaches before its first byte. Only what earlier streams may have
+    // written is cleared, which for a small stream is a few hundred bytes.
+    void clearHistory();
+
     // The order of the code-length codes, the length and distance bases and
     // extra bits (two invalid length symbols and two invalid distance symbols
     // at the end), and the masks 2^n - 1.
@@ -68,6 +74,7 @@ private:
 
     unsigned char window_[windowSize];
     uint16_t position_ = 0;
+    uint32_t spoiled_ = 0; // window bytes from the start that may not be zero
     uint64_t consumed_ = 0; // bits taken from the bit input in this stream
     // The bit input reads the compressed data a block at a time, so it may
     // take bytes past the end of the stream: the caller limits the input to

@@ -1,5 +1,7 @@
 #include "algorithm/lzw/lzw.Decompressor.h"
 
+#include <algorithm>
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -83,10 +85,16 @@ uint64_t Decompressor::process(stream::Input& in, stream::Output& out) {
         throw Exception("compressed with " + std::to_string(widest) + " bits, can only handle 16 bits");
     const int32_t limit = int32_t(1) << widest;
 
-    std::vector<uint16_t> prefix(size_t(1) << maxBits);
-    std::vector<unsigned char> suffix(size_t(1) << maxBits);
+    // The tables hold only the codes this width can reach (and those of 9
+    // bits, which a header below 9 still reads), so that the small tables of
+    // ARC's 12 and 13 bits cost little per item. The stack is written before
+    // it is read and needs no clearing.
+    const size_t tableSize = static_cast<size_t>(std::max<int32_t>(limit, int32_t(1) << minBits));
+    std::vector<uint16_t> prefix(tableSize);
+    std::vector<unsigned char> suffix(tableSize);
     for (int i = 0; i < 256; ++i) suffix[i] = static_cast<unsigned char>(i);
-    std::vector<unsigned char> stack(size_t(1) << maxBits);
+    const size_t stackSize = size_t(1) << maxBits;
+    std::unique_ptr<unsigned char[]> stack(new unsigned char[stackSize]);
     std::unique_ptr<char[]> output(new char[ioSize]);
     uint32_t pending = 0;
     uint64_t total = 0;
@@ -126,7 +134,7 @@ uint64_t Decompressor::process(stream::Input& in, stream::Output& out) {
             continue;
         }
         const int32_t incode = code;
-        size_t top = stack.size();
+        size_t top = stackSize;
         if (code >= next) {
             if (code > next) throw Exception("corrupt input in compress data");
             stack[--top] = static_cast<unsigned char>(finChar);
@@ -138,10 +146,10 @@ uint64_t Decompressor::process(stream::Input& in, stream::Output& out) {
         }
         finChar = suffix[code];
         stack[--top] = static_cast<unsigned char>(finChar);
-        while (top < stack.size()) {
-            uint32_t n = static_cast<uint32_t>(stack.size() - top);
+        while (top < stackSize) {
+            uint32_t n = static_cast<uint32_t>(stackSize - top);
             if (n > ioSize - pending) n = ioSize - pending;
-            std::copy(stack.begin() + top, stack.begin() + top + n, output.get() + pending);
+            std::memcpy(output.get() + pending, stack.get() + top, n);
             pending += n;
             top += n;
             if (pending == ioSize) {

@@ -12,6 +12,7 @@
 #include "stream/check/crc.Streams.h"
 #include "stream/stream.BufferedInput.h"
 #include "stream/stream.LimitedInput.h"
+#include "stream/stream.WindowedInput.h"
 
 namespace engine5::arc {
 
@@ -141,7 +142,10 @@ Entry Reader::describeItem(const ItemHeader& header) const {
     return entry;
 }
 
-void Reader::scan(stream::random::Input& archive, io::random::File&) {
+void Reader::scan(stream::random::Input& input, io::random::File&) {
+    // Each header follows the data before it: a window on the archive serves
+    // the seeks over small items without a read of their own.
+    stream::random::WindowedInput archive(input);
     tuckett5::ArchiveInfo& info = reader.archiveInfo;
     info.reset();
     archive.seek(reader.archiveInfo.position);
@@ -193,8 +197,9 @@ void Reader::expandData(stream::random::Input& archive, const ItemHeader& header
     if (written != header.size || crc.value() != header.crc) throw BadData(invalidData);
 }
 
-void Reader::decode(stream::random::Input& archive, io::random::File&) {
+void Reader::decode(stream::random::Input& input, io::random::File&) {
     beginDecode();
+    stream::random::WindowedInput archive(input);
     archive.seek(reader.archiveInfo.position);
     ItemHeader header;
     while (header.read(archive)) {

@@ -9,6 +9,19 @@
 
 namespace format::tkt5 {
 
+namespace {
+
+// The record held, if it is of exactly the type T. No record class has
+// subclasses, so the exact test answers as dynamic_cast would, for much less
+// than its walk through the class hierarchy on a path taken many times per
+// item.
+template <typename T, typename Base>
+T* exactly(Base* record) {
+    return record != nullptr && typeid(*record) == typeid(T) ? static_cast<T*>(record) : nullptr;
+}
+
+} // namespace
+
 ItemHeader::ItemHeader()
     : artifactPattern(artifactValue),
       platform(nonePlatform),
@@ -40,36 +53,36 @@ void ItemHeader::verifyType() const {
 
 bool ItemHeader::file() const {
     verifyType();
-    return dynamic_cast<ForkInfo*>(typeInfo_.get()) != nullptr;
+    return exactly<ForkInfo>(typeInfo_.get()) != nullptr;
 }
 
 bool ItemHeader::folder() const {
     verifyType();
-    return dynamic_cast<FolderInfo*>(typeInfo_.get()) != nullptr;
+    return exactly<FolderInfo>(typeInfo_.get()) != nullptr;
 }
 
 void ItemHeader::makeFile() {
-    if (!dynamic_cast<ForkInfo*>(typeInfo_.get())) typeInfo_ = std::make_unique<ForkInfo>();
+    if (!exactly<ForkInfo>(typeInfo_.get())) typeInfo_ = std::make_unique<ForkInfo>();
 }
 
 void ItemHeader::makeFolder() {
-    if (!dynamic_cast<FolderInfo*>(typeInfo_.get())) typeInfo_ = std::make_unique<FolderInfo>();
+    if (!exactly<FolderInfo>(typeInfo_.get())) typeInfo_ = std::make_unique<FolderInfo>();
 }
 
 ForkInfo& ItemHeader::forkInfo() {
-    auto* info = dynamic_cast<ForkInfo*>(typeInfo_.get());
+    auto* info = exactly<ForkInfo>(typeInfo_.get());
     if (!info) throw Exception("fork information not available in format::tkt5::ItemHeader::forkinfo()");
     return *info;
 }
 
 FolderInfo& ItemHeader::folderInfo() {
-    auto* info = dynamic_cast<FolderInfo*>(typeInfo_.get());
+    auto* info = exactly<FolderInfo>(typeInfo_.get());
     if (!info) throw Exception("folder information not available in format::tkt5::ItemHeader::folderinfo()");
     return *info;
 }
 
 bool ItemHeader::endFolder() const {
-    auto* info = dynamic_cast<FolderInfo*>(typeInfo_.get());
+    auto* info = exactly<FolderInfo>(typeInfo_.get());
     return info != nullptr && info->firstChild() == FolderInfo::endMarker;
 }
 
@@ -93,34 +106,34 @@ bool ItemHeader::none() const {
 }
 void ItemHeader::makeNone() { makePlatform<PlatformHeader>(nonePlatform); }
 
-bool ItemHeader::dos() const { return dynamic_cast<DOSHeader*>(platformHeader_.get()) != nullptr; }
+bool ItemHeader::dos() const { return exactly<DOSHeader>(platformHeader_.get()) != nullptr; }
 void ItemHeader::makeDOS() { makePlatform<DOSHeader>(dosPlatform); }
 DOSHeader& ItemHeader::dosHeader() {
-    auto* header = dynamic_cast<DOSHeader*>(platformHeader_.get());
+    auto* header = exactly<DOSHeader>(platformHeader_.get());
     if (!header) throw Exception("DOS header not available in format::tkt5::ItemHeader::dosHeader()");
     return *header;
 }
 
-bool ItemHeader::mac() const { return dynamic_cast<MacHeader*>(platformHeader_.get()) != nullptr; }
+bool ItemHeader::mac() const { return exactly<MacHeader>(platformHeader_.get()) != nullptr; }
 void ItemHeader::makeMac() { makePlatform<MacHeader>(macPlatform); }
 MacHeader& ItemHeader::macHeader() {
-    auto* header = dynamic_cast<MacHeader*>(platformHeader_.get());
+    auto* header = exactly<MacHeader>(platformHeader_.get());
     if (!header) throw Exception("Mac header not available in format::tkt5::ItemHeader::macHeader()");
     return *header;
 }
 
-bool ItemHeader::unixx() const { return dynamic_cast<UnixHeader*>(platformHeader_.get()) != nullptr; }
+bool ItemHeader::unixx() const { return exactly<UnixHeader>(platformHeader_.get()) != nullptr; }
 void ItemHeader::makeUnix() { makePlatform<UnixHeader>(unixPlatform); }
 UnixHeader& ItemHeader::unixHeader() {
-    auto* header = dynamic_cast<UnixHeader*>(platformHeader_.get());
+    auto* header = exactly<UnixHeader>(platformHeader_.get());
     if (!header) throw Exception("Unix header not available in format::tkt5::ItemHeader::unixHeader()");
     return *header;
 }
 
-bool ItemHeader::windows() const { return dynamic_cast<WindowsHeader*>(platformHeader_.get()) != nullptr; }
+bool ItemHeader::windows() const { return exactly<WindowsHeader>(platformHeader_.get()) != nullptr; }
 void ItemHeader::makeWindows() { makePlatform<WindowsHeader>(windowsPlatform); }
 WindowsHeader& ItemHeader::windowsHeader() {
-    auto* header = dynamic_cast<WindowsHeader*>(platformHeader_.get());
+    auto* header = exactly<WindowsHeader>(platformHeader_.get());
     if (!header) throw Exception("Windows header not available in format::tkt5::ItemHeader::windowsHeader()");
     return *header;
 }

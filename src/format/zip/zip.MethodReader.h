@@ -44,6 +44,10 @@ public:
     // The reader of a method number, or null for a method that has none.
     static std::unique_ptr<MethodReader> make(int method, uint16_t flags, tuckett5::Reader& reader);
 
+    // Whether one object may decode entry after entry with the same result
+    // as a new one for each; only such readers are kept between entries.
+    virtual bool reusable() const { return false; }
+
 protected:
     virtual stream::Transform& transform() = 0;
     // Whether the transform stops by the uncompressed size rather than at the
@@ -63,6 +67,7 @@ public:
 protected:
     stream::Transform& transform() override { return copier_; }
     bool bounded() const override { return false; }
+    bool reusable() const override { return true; }
 
 private:
     stream::Copier copier_{stream::Copier::defaultSize};
@@ -109,6 +114,13 @@ private:
 class DeflateReader : public MethodReader {
 public:
     using MethodReader::MethodReader;
+
+    // Each entry starts from the cleared window of a new decoder.
+    void decode(stream::Input& in, stream::Output& out) override {
+        decompressor_->clearHistory();
+        MethodReader::decode(in, out);
+    }
+    bool reusable() const override { return true; }
 
 protected:
     stream::Transform& transform() override { return *decompressor_; }

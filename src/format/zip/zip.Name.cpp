@@ -9,6 +9,12 @@ namespace {
 
 constexpr uint16_t unicodePathTag = 0x7075;
 
+bool isASCII(const std::string& text) {
+    for (char c : text)
+        if (static_cast<unsigned char>(c) >= 0x80) return false;
+    return true;
+}
+
 uint16_t u16(const std::string& s, size_t at) {
     return static_cast<uint16_t>(static_cast<unsigned char>(s[at]) | static_cast<unsigned char>(s[at + 1]) << 8);
 }
@@ -40,6 +46,8 @@ bool unicodePath(const std::string& stored, const std::string& extra, std::strin
 }  // namespace
 
 tuckett5::UnicodeName decodeUTF8(const std::string& text) {
+    // Names are nearly always plain ASCII, which widens byte for byte.
+    if (isASCII(text)) return tuckett5::UnicodeName(text.begin(), text.end());
     tuckett5::UnicodeName result;
     result.reserve(text.size());
     const size_t size = text.size();

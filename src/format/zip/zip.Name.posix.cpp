@@ -3,6 +3,9 @@
 namespace engine5::zip {
 
 std::string localName(const tuckett5::UnicodeName& name) {
+    bool ascii = true;
+    for (unsigned short c : name) ascii &= c < 0x80;
+    if (ascii) return std::string(name.begin(), name.end());
     std::string text;
     text.reserve(name.size() + name.size() / 2);
     for (size_t i = 0; i < name.size(); ++i) {

@@ -717,7 +717,11 @@ void Reader::unzipFolder(const FileInfo& info) {
 }
 
 void Reader::unzipFileData(stream::random::Input& input, stream::Output& output, const FileInfo& info) {
-    std::unique_ptr<MethodReader> method = MethodReader::make(info.method, info.flags, reader);
+    // A stored or deflated entry takes the reader that the last entry of its
+    // method left, with its buffers and window, instead of making them anew.
+    std::unique_ptr<MethodReader>* spare = info.method < spareMethods_.size() ? &spareMethods_[info.method] : nullptr;
+    std::unique_ptr<MethodReader> method =
+        spare && *spare ? std::move(*spare) : MethodReader::make(info.method, info.flags, reader);
     if (!method) throw UnsupportedMethod("zip reader encountered a file with an unsupported compression method");
     const uint64_t before = bytesDone;
     method->count = bytesDone;
@@ -746,9 +750,11 @@ void Reader::unzipFileData(stream::random::Input& input, stream::Output& output,
         method->decode(decrypted, output);
     }
     bytesDone = method->count;
+    const uint32_t crc = method->crc();
+    if (spare && method->reusable()) *spare = std::move(method);
     // Output beyond the declared size is stopped as it is written; output
     // that falls short of it is as wrong.
-    if (method->count - before != info.uncompressedSize || method->crc() != info.crc) throw BadData(invalidData);
+    if (bytesDone - before != info.uncompressedSize || crc != info.crc) throw BadData(invalidData);
 }
 
 }  // namespace engine5::zip

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -17,6 +18,8 @@ class Output;
 }  // namespace stream
 
 namespace engine5::zip {
+
+class MethodReader;
 
 // One entry of the central directory, as the reader lists and expands it.
 struct FileInfo {
@@ -113,6 +116,7 @@ private:
     // Where the records behind the central directory begin.
     uint64_t directoryEnd_ = 0;
     MacMetadata mac_;
+    std::array<std::unique_ptr<MethodReader>, 9> spareMethods_;  // by method number
 };
 
 }  // namespace engine5::zip

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 
 #include "stream/check/algorithm.Digest.h"
 
@@ -28,31 +29,37 @@ using CRC16 = CRC<uint16_t>;
 using CRC32 = CRC<uint32_t>;
 
 // The reflected (least significant bit first) table-driven CRC. Entry i of the
-// table is the CRC of the single byte i from a zero value; each object builds
-// its tables once. Seven derived tables let a block update take eight bytes a
-// step (slicing by eight) with the same result. The CRC-32 of 0xEDB88320 takes
-// long blocks by carry-less multiplication where the processor has it.
+// table is the CRC of the single byte i from a zero value. Seven derived tables
+// let a block update take eight bytes a step (slicing by eight) with the same
+// result. The tables of the two polynomials the formats use everywhere (0xA001
+// and 0xEDB88320) are built once per process and shared, so that a check made
+// per item or per header costs no table building; any other polynomial gets
+// its own tables from the constructor. The CRC-32 of 0xEDB88320 takes long
+// blocks by carry-less multiplication where the processor has it.
 template <typename T>
 class ReflectedCRC : public CRC<T> {
     static constexpr int slices = 8;
+    using Tables = std::array<std::array<T, 256>, slices>;
 
 public:
     ReflectedCRC(T polynomial, T seed) : CRC<T>(polynomial, seed) {
-        for (uint32_t i = 0; i < 256; ++i) {
-            T v = static_cast<T>(i);
-            for (int bit = 0; bit < 8; ++bit) v = (v & 1) ? static_cast<T>((v >> 1) ^ polynomial) : static_cast<T>(v >> 1);
-            table_[0][i] = v;
+        if (polynomial == common()) {
+            static const Tables shared = build(common());
+            table_ = &shared;
+        } else {
+            own_ = std::make_shared<const Tables>(build(polynomial));
+            table_ = own_.get();
         }
-        for (int k = 1; k < slices; ++k)
-            for (uint32_t i = 0; i < 256; ++i)
-                table_[k][i] = static_cast<T>((table_[k - 1][i] >> 8) ^ table_[0][table_[k - 1][i] & 0xFF]);
     }
 
     using CRC<T>::update;
     void update(char byte) override {
-        this->value_ = static_cast<T>((this->value_ >> 8) ^ table_[0][(this->value_ ^ static_cast<unsigned char>(byte)) & 0xFF]);
+        const Tables& table = *table_;
+        this->value_ =
+            static_cast<T>((this->value_ >> 8) ^ table[0][(this->value_ ^ static_cast<unsigned char>(byte)) & 0xFF]);
     }
     void update(const char* data, uint32_t size) override {
+        const Tables& table = *table_;
         T v = this->value_;
         const unsigned char* p = reinterpret_cast<const unsigned char*>(data);
         if constexpr (sizeof(T) == 4) {
@@ -66,19 +73,41 @@ public:
         // The value meets the first bytes of each step; the other bytes go
         // through the tables as they are.
         while (size >= 8) {
-            uint32_t low = uint32_t(v) ^ (uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24);
-            v = static_cast<T>(table_[7][low & 0xFF] ^ table_[6][(low >> 8) & 0xFF] ^ table_[5][(low >> 16) & 0xFF] ^
-                               table_[4][low >> 24] ^ table_[3][p[4]] ^ table_[2][p[5]] ^ table_[1][p[6]] ^
-                               table_[0][p[7]]);
+            uint32_t low =
+                uint32_t(v) ^ (uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24);
+            v = static_cast<T>(table[7][low & 0xFF] ^ table[6][(low >> 8) & 0xFF] ^ table[5][(low >> 16) & 0xFF] ^
+                               table[4][low >> 24] ^ table[3][p[4]] ^ table[2][p[5]] ^ table[1][p[6]] ^ table[0][p[7]]);
             p += 8;
             size -= 8;
         }
-        for (uint32_t i = 0; i < size; ++i) v = static_cast<T>((v >> 8) ^ table_[0][(v ^ p[i]) & 0xFF]);
+        for (uint32_t i = 0; i < size; ++i) v = static_cast<T>((v >> 8) ^ table[0][(v ^ p[i]) & 0xFF]);
         this->value_ = v;
     }
 
 private:
-    std::array<std::array<T, 256>, slices> table_;
+    static constexpr T common() {
+        if constexpr (sizeof(T) == 4)
+            return static_cast<T>(0xEDB88320u);
+        else
+            return static_cast<T>(0xA001u);
+    }
+
+    static Tables build(T polynomial) {
+        Tables table;
+        for (uint32_t i = 0; i < 256; ++i) {
+            T v = static_cast<T>(i);
+            for (int bit = 0; bit < 8; ++bit)
+                v = (v & 1) ? static_cast<T>((v >> 1) ^ polynomial) : static_cast<T>(v >> 1);
+            table[0][i] = v;
+        }
+        for (int k = 1; k < slices; ++k)
+            for (uint32_t i = 0; i < 256; ++i)
+                table[k][i] = static_cast<T>((table[k - 1][i] >> 8) ^ table[0][table[k - 1][i] & 0xFF]);
+        return table;
+    }
+
+    const Tables* table_;
+    std::shared_ptr<const Tables> own_;
 };
 
 class GenericCRC16 : public ReflectedCRC<uint16_t> {

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "algorithm/algorithm.Exception.h"
 #include "engine/t5.Reader.h"
 #include "format/bin/bin.Header.h"
 #include "io/io.File.h"
@@ -128,10 +129,14 @@ std::string storedKey(const std::string& name, bool backslashSeparates) {
 }
 
 // Failures of one item that leave the archive readable: the rest can go on.
+// A method's decoder that meets codes it cannot decode has found damage in
+// this item's data, as a failed check has; reading and writing failures, and
+// records of the archive that make no sense, end the run.
 bool itemFailure(const un::exception& failure) {
     return dynamic_cast<const tuckett5::exception::UnsupportedMethod*>(&failure) != nullptr ||
            dynamic_cast<const tuckett5::exception::BadPassword*>(&failure) != nullptr ||
-           dynamic_cast<const tuckett5::exception::BadData*>(&failure) != nullptr || failure.kind() == "format";
+           dynamic_cast<const tuckett5::exception::BadData*>(&failure) != nullptr ||
+           dynamic_cast<const algorithm::Exception*>(&failure) != nullptr || failure.kind() == "format";
 }
 
 }  // namespace

@@ -4,11 +4,14 @@
 
 #include <bzlib.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "cli.Shell.h"
 #include "plugin/plugin.Support.h"
+#include "stream/check/crc.CRC.h"
 
 namespace {
 
@@ -110,6 +113,76 @@ TEST(Commands, AnItemThatCannotBeExpandedIsNamedAndTheRestExpands) {
 
     Outcome call = clitest::tool("call CRwrk-Expand '" + dir / "mixed.zip" + "|" + dir / "host" + "'");
     EXPECT_EQ(call.out, "-1|unsupported compression method in zip reader|\n");
+}
+
+struct ZipEntry {
+    std::string name;
+    uint16_t method;
+    std::string data;   // as packed
+    std::string plain;  // what it claims to expand to
+};
+
+std::string little(uint32_t value, int bytes) {
+    std::string out;
+    for (int i = 0; i < bytes; ++i, value >>= 8) out += static_cast<char>(value & 0xFF);
+    return out;
+}
+
+// A Zip of the entries as given, whatever their data holds.
+std::string zipOf(const std::vector<ZipEntry>& entries) {
+    std::string archive, directory;
+    for (const ZipEntry& e : entries) {
+        algorithm::crc::EthernetCRC crc;
+        crc.update(e.plain.data(), static_cast<uint32_t>(e.plain.size()));
+        const std::string common = little(20, 2) + little(0, 2) + little(e.method, 2) + little(0x5A8C6000, 4) +
+                                   little(~crc.value(), 4) + little(uint32_t(e.data.size()), 4) +
+                                   little(uint32_t(e.plain.size()), 4) + little(uint32_t(e.name.size()), 2) +
+                                   little(0, 2);
+        directory += "PK\1\2" + little(20, 2) + common + little(0, 2) + little(0, 4) + little(0, 4) +
+                     little(uint32_t(archive.size()), 4) + e.name;
+        archive += "PK\3\4" + common + e.name + e.data;
+    }
+    const uint32_t count = uint32_t(entries.size());
+    return archive + directory + "PK\5\6" + little(0, 4) + little(count, 2) + little(count, 2) +
+           little(uint32_t(directory.size()), 4) + little(uint32_t(archive.size()), 4) + little(0, 2);
+}
+
+// Each legacy method meets data it cannot decode, between good entries: the
+// tool names each damaged entry with its decoder's words, leaves nothing of
+// it, and expands every good one; the plug-in fails at the first.
+TEST(Commands, DamagedEntriesOfEachMethodFailAloneAndTheRestExpand) {
+    plugintest::TempDir dir;
+    const std::string claimed(5000, 'x');
+    writeFile(dir / "damaged.zip", zipOf({{"d/one", 0, "first\n", "first\n"},
+                                          // A literal, then a code not defined yet.
+                                          {"d/shrunk", 1, "\x41\xFE\x03", claimed},
+                                          {"d/two", 0, "second\n", "second\n"},
+                                          // A follower set of 63 bytes, where 32 is the most.
+                                          {"d/reduced", 5, "\x3F", claimed},
+                                          {"d/three", 0, "third\n", "third\n"},
+                                          // 64 codes of one bit each: more than one bit can tell apart.
+                                          {"d/imploded", 6, "\x03\xF0\xF0\xF0\xF0", claimed},
+                                          {"d/four", 0, "fourth\n", "fourth\n"},
+                                          // A final block of the reserved type.
+                                          {"d/deflated", 8, "\x07", claimed},
+                                          {"d/five", 0, "fifth\n", "fifth\n"}}));
+
+    Outcome r = clitest::tool("expand -q " + (dir / "damaged.zip"));
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, dir / "d" + "\n");
+    const std::string prefix = "cratewerk: " + dir / "damaged.zip" + ": ";
+    EXPECT_EQ(r.err, prefix + "bad code in ShrinkDecompressor: d/shrunk\n" + prefix +
+                         "bad follower set in ReduceDecompressor: d/reduced\n" + prefix +
+                         "algorithm::zip::huft_build(): short input: d/imploded\n" + prefix +
+                         "bad block type in Decompressor: d/deflated\n");
+    std::vector<std::string> left;
+    for (const auto& item : fs::directory_iterator(dir / "d")) left.push_back(item.path().filename().string());
+    std::sort(left.begin(), left.end());
+    EXPECT_EQ(left, (std::vector<std::string>{"five", "four", "one", "three", "two"}));
+    EXPECT_EQ(readFile(dir / "d/five"), "fifth\n");
+
+    Outcome call = clitest::tool("call CRwrk-Expand '" + dir / "damaged.zip" + "|" + dir / "host" + "'");
+    EXPECT_EQ(call.out, "-1|bad code in ShrinkDecompressor|\n");
 }
 
 // A bzip2 file of 4 MB of zeros is some 40 bytes: the tool refuses it with

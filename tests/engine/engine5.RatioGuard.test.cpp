@@ -21,6 +21,7 @@ using test::Scratch;
 
 const std::string refusal =
     "data expands to more than 1000 times its compressed size; refused as a possible decompression bomb";
+const std::string kLegacy = std::string(CRATEWERK_TEST_DATA) + "/legacy/";
 
 std::string bzip2Of(const std::string& plain) {
     std::string packed(plain.size() / 100 + 1000, '\0');
@@ -104,6 +105,20 @@ TEST_F(RatioGuard, HoldsSparseTarMembersToWhatTheyStore) {
     reader.maxRatio(0);
     EXPECT_EQ(expand("holes.tar", tar), "");
     EXPECT_EQ(fs::file_size(fs::path(out) / "holes"), uint64_t(16 << 20));
+}
+
+// libarchive gives no packed size; RAR keeps it in each file header. Text
+// that packs at 1019:1 passes at 1020 (to fail in libarchive, which keeps its
+// own words behind ours) and is refused at 1019 before anything of it is made.
+TEST_F(RatioGuard, HoldsRarFilesToThePackedSizesOfTheirHeaders) {
+    const std::string lzss = Scratch::read(kLegacy + "libarchive-rar_multi_lzss_blocks.rar");
+    EXPECT_EQ(expand("lzss.rar", lzss), refusal);
+    EXPECT_TRUE(fs::is_empty(out));
+    reader.maxRatio(1020);
+    EXPECT_EQ(expand("lzss.rar", lzss), "rar item is damaged or truncated: File CRC error");
+    reader.maxRatio(1019);
+    EXPECT_EQ(expand("lzss.rar", lzss),
+              "data expands to more than 1019 times its compressed size; refused as a possible decompression bomb");
 }
 
 TEST_F(RatioGuard, LeavesTheNativeFormatsOwnMethodsAlone) {

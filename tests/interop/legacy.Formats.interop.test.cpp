@@ -180,6 +180,36 @@ TEST(LegacyFormats, FirstCrunchingReadsAsArcReadsIt) {
     EXPECT_EQ(tree(scratch.path() / "tool"), expected);
 }
 
+// lha packs 16 MiB of zeros into some 1,100 bytes: the tool refuses that
+// item with the guard's text, expands the one beside it and says how to lift
+// the guard; the plug-in fails with the text.
+TEST(LegacyFormats, AnLhaBombIsRefusedAndTheRestExpands) {
+    if (!have("lha")) GTEST_SKIP() << "lha is not installed";
+    test::Scratch scratch;
+    writeFile(scratch.path() / "src/small.txt", "beside the bomb\n");
+    writeFile(scratch.path() / "src/zeros", std::string(16 << 20, '\0'));
+    ASSERT_EQ(run("cd src && lha aq ../bomb.lzh small.txt zeros", scratch.path()).status, 0);
+    ASSERT_LT(fs::file_size(scratch.path() / "bomb.lzh"), (16u << 20) / 1000);
+
+    const std::string refusal =
+        "data expands to more than 1000 times its compressed size; refused as a possible decompression bomb";
+    Ran tool = run(kTool + " expand -q bomb.lzh tool", scratch.path());
+    EXPECT_EQ(tool.status, 1);
+    EXPECT_EQ(tool.err, "cratewerk: bomb.lzh: " + refusal +
+                            ": zeros\ncratewerk: --max-ratio=0 expands what the guard refused "
+                            "(--max-ratio=N allows N:1)\n");
+    EXPECT_EQ(tree(scratch.path() / "tool"), (std::map<std::string, std::string>{{"small.txt", "beside the bomb\n"}}));
+
+    Ran plugin = run(quote(FMHOST_PROGRAM) + " " + quote(CRATEWERK_PLUGIN_LIBRARY) + " CRwrk-Expand " +
+                         quote((scratch.path() / "bomb.lzh").string() + "|" + (scratch.path() / "host").string() + "|"),
+                     scratch.path());
+    EXPECT_EQ(plugin.out, "-1|" + refusal + "|\n");
+
+    Ran lifted = run(kTool + " expand -q --max-ratio=0 bomb.lzh lifted", scratch.path());
+    EXPECT_EQ(lifted.status, 0) << lifted.err;
+    EXPECT_EQ(fs::file_size(scratch.path() / "lifted/zeros"), 16u << 20);
+}
+
 // The peer archives through both front ends give the same files; the
 // plug-in answers the folder it made.
 TEST(LegacyFormats, PeerArchivesThroughTheToolAndThePlugIn) {

@@ -1,7 +1,6 @@
 #include "algorithm/arsenic/arsenic.DecompressorModel.h"
 
 #include "algorithm/algorithm.Exception.h"
-#include "un/un.exception.h"
 
 namespace algorithm::arsenic {
 
@@ -21,7 +20,7 @@ void DecompressorMTFModel::next() {
     case endOfBlock: value = -1; break;
     default:
         if (symbol < firstIndexClass || symbol > endOfBlock)
-            throw un::exception("invalid input symbol", "ArsenicDecompressorMTFModel");
+            throw Exception("invalid input symbol", "ArsenicDecompressorMTFModel");
         {
             int k = symbol - 2;
             value = (1 << k) + sub[k - 1].DecompressorModel::get();

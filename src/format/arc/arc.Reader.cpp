@@ -2,7 +2,6 @@
 
 #include <ctime>
 
-#include "algorithm/algorithm.Exception.h"
 #include "algorithm/arc/arc.Crunch567Decompressor.h"
 #include "algorithm/arc/arc.CrunchDecompressor.h"
 #include "algorithm/arc/arc.SqueezeDecompressor.h"
@@ -184,15 +183,10 @@ void Reader::expandData(stream::random::Input& archive, const ItemHeader& header
     algorithm::crc::GenericCRC16 crc(0xA001, 0);
     algorithm::crc::CRC16Output checked(dataFork(), crc);
     uint64_t written = 0;
-    if (header.method <= 2) {
+    if (header.method <= 2)
         written = in.copy(checked, header.size);
-    } else {
-        try {
-            written = decodeData(header.method, in, checked, header.size);
-        } catch (const algorithm::Exception& failure) {
-            throw BadData(failure.message() + "; data is invalid");
-        }
-    }
+    else
+        written = decodeData(header.method, in, checked, header.size);
     bytesDone += written;
     if (written != header.size || crc.value() != header.crc) throw BadData(invalidData);
 }

@@ -1,27 +1,19 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
-#include <vector>
 
-#include "format/format.Header.h"
+#include "format/arj/arj.BasicHeader.h"
 
 namespace format::arj {
 
-// The main header that opens an ARJ archive: the 0x60 0xEA mark, the size of
-// the basic header, the basic header with the archive's name and comment, its
-// CRC-32, and any extended headers. All numbers are little-endian.
-class ArchiveHeader : public Header {
+// The main header that opens an ARJ archive, with the archive's name and
+// comment; its file type is always the main header's.
+class ArchiveHeader : public BasicHeader {
 public:
-    static constexpr uint16_t headerId = 0xEA60;
-    static constexpr uint16_t maxBasicSize = 2600;
-    // The fixed part of the basic header in the oldest archives.
-    static constexpr uint8_t minFirstSize = 30;
     static constexpr uint8_t mainHeaderType = 2;
 
-    uint16_t id = 0;
-    uint16_t basicSize = 0;
-    uint8_t firstSize = 0;
+    ArchiveHeader() : BasicHeader("format::arj::ArchiveHeader::read") {}
+
     uint8_t version = 0;
     uint8_t minVersion = 0;
     uint8_t hostOS = 0;
@@ -36,21 +28,11 @@ public:
     uint16_t securityLength = 0;
     uint8_t encryptionVersion = 0;
     uint8_t lastChapter = 0;
-    std::string name;
-    std::string comment;
-    uint32_t crc = 0;
-    // The extended headers, each without its size and CRC.
-    std::vector<std::vector<char>> extended;
 
-    // Throws format::Exception when `strict` and the header is not valid.
-    void read(stream::Input& in, bool strict) override;
-    void write(stream::Output& out) const override;
-    bool valid() const override { return valid_; }
-    uint32_t size() const override;
-
-private:
-    std::vector<char> basic() const;
-    bool valid_ = false;
+protected:
+    void readFixed(stream::LittleEndianInput& in) override;
+    void writeFixed(stream::LittleEndianOutput& out) const override;
+    const char* refusal() const override;
 };
 
 }  // namespace format::arj

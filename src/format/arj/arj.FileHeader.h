@@ -1,23 +1,15 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
-#include <vector>
 
-#include "format/format.Header.h"
+#include "format/arj/arj.BasicHeader.h"
 
 namespace format::arj {
 
-// The local header in front of each item of an ARJ archive: the 0x60 0xEA
-// mark, the size of the basic header, the basic header with the item's name
-// and comment, its CRC-32, and any extended headers. A basic size of 0 is the
-// end of the archive. All numbers are little-endian.
-class FileHeader : public Header {
+// The local header in front of each item of an ARJ archive, with the item's
+// name and comment. A basic size of 0 is the end of the archive.
+class FileHeader : public BasicHeader {
 public:
-    static constexpr uint16_t headerId = 0xEA60;
-    static constexpr uint16_t maxBasicSize = 2600;
-    static constexpr uint8_t minFirstSize = 30;
-
     // Flags.
     static constexpr uint8_t garbled = 0x01;
     static constexpr uint8_t volume = 0x04;      // goes on in the next volume
@@ -30,8 +22,8 @@ public:
     // A link, pipe or device of a Unix build, described by an extended header.
     static constexpr uint8_t specialType = 6;
 
-    uint16_t basicSize = 0;
-    uint8_t firstSize = 0;
+    FileHeader() : BasicHeader("format::arj::FileHeader::read") {}
+
     uint8_t version = 0;
     uint8_t minVersion = 0;
     uint8_t hostOS = 0;
@@ -51,23 +43,14 @@ public:
     uint32_t extendedPosition = 0;
     uint32_t accessed = 0;
     uint32_t created = 0;
-    std::string name;
-    std::string comment;
-    // The extended headers, each without its size and CRC.
-    std::vector<std::vector<char>> extended;
 
     // An end-of-archive header: its basic size is 0.
     bool end() const { return valid_ && basicSize == 0; }
 
-    // Throws format::Exception when `strict` and the header is not valid.
-    void read(stream::Input& in, bool strict) override;
-    void write(stream::Output& out) const override;
-    bool valid() const override { return valid_; }
-    uint32_t size() const override;
-
-private:
-    std::vector<char> basic() const;
-    bool valid_ = false;
+protected:
+    void readFixed(stream::LittleEndianInput& in) override;
+    void writeFixed(stream::LittleEndianOutput& out) const override;
+    bool mayEnd() const override { return true; }
 };
 
 }  // namespace format::arj

@@ -4,7 +4,6 @@
 #include <memory>
 #include <vector>
 
-#include "algorithm/algorithm.Exception.h"
 #include "algorithm/arj/arj.FastDecompressor.h"
 #include "algorithm/arj/arj.GoodDecompressor.h"
 #include "algorithm/unicode.CP437.h"
@@ -266,12 +265,7 @@ void Reader::expandData(stream::random::Input& archive, const FileHeader& header
     method->compressedLimit(header.compressedSize);
     method->uncompressedLimit(header.originalSize);
     archive.seek(offset);
-    try {
-        method->decode(archive, dataFork());
-    } catch (const algorithm::Exception&) {
-        // Codes that make no sense damage this item alone.
-        throw BadData("invalid compressed data in arj reader");
-    }
+    method->decode(archive, dataFork());
     bytesDone = method->count;
     // Output beyond the declared size is stopped as it is written; output
     // that falls short of it is as wrong.

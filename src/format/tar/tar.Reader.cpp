@@ -170,8 +170,12 @@ Reader::~Reader() { close(); }
 
 void Reader::open(stream::random::Input& archive) {
     close();
-    if (dialect_.vet) dialect_.vet(archive, reader.archiveInfo.position);
-    archive.seek(reader.archiveInfo.position);
+    const uint64_t position = reader.archiveInfo.position;
+    sizes_.clear();
+    headers_ = 0;
+    archiveBytes_ = archive.size() > position ? archive.size() - position : 0;
+    if (dialect_.vet) dialect_.vet(archive, position, sizes_);
+    archive.seek(position);
     source_.input = static_cast<stream::Input*>(&archive);
     source_.failure = nullptr;
     archive_ = archive_read_new();
@@ -197,7 +201,17 @@ bool Reader::next(struct archive_entry*& item) {
     const int result = archive_read_next_header(archive_, &item);
     if (result == ARCHIVE_EOF) return false;
     if (result < ARCHIVE_WARN) fail("bad header");
+    ++headers_;
     return true;
+}
+
+uint64_t Reader::packedSize(struct archive_entry* item, uint64_t size) const {
+    if (!dialect_.vet) return storedSize(item, size);
+    // Where the walk of the headers and libarchive agree on the item, its
+    // header tells; otherwise no item keeps more than the whole archive.
+    const size_t index = headers_ - 1;
+    if (index < sizes_.size() && sizes_[index].expanded == size) return sizes_[index].packed;
+    return archiveBytes_;
 }
 
 void Reader::scan(stream::random::Input& archive, io::random::File&) {
@@ -226,7 +240,7 @@ void Reader::scan(stream::random::Input& archive, io::random::File&) {
             entry.linkTarget = hardLinkTarget(item);
             if (!entry.linkTarget.empty()) entry.kind = Entry::Kind::hardLink;
             entry.dataSize(type == AE_IFREG && entry.linkTarget.empty() ? size : 0);
-            entry.compressedSize(storedSize(item, entry.dataSize()));
+            entry.compressedSize(entry.dataSize() == 0 ? 0 : packedSize(item, entry.dataSize()));
             entry.modificationTime(archive_entry_mtime(item));
             entry.permissions(archive_entry_perm(item) & 0777);
             entry.encrypted = archive_entry_is_data_encrypted(item) != 0;
@@ -326,7 +340,7 @@ void Reader::decode(stream::random::Input& archive, io::random::File&) {
         const uint64_t size = archive_entry_size_is_set(item) ? uint64_t(archive_entry_size(item)) : 0;
         entry.dataSize(size);
         entry.resourceSize(0);
-        entry.compressedSize(storedSize(item, size));
+        entry.compressedSize(packedSize(item, size));
         entry.encrypted = archive_entry_is_data_encrypted(item) != 0;
         expandFile(entry, [&] {
             // libarchive cannot decipher these formats' encryption.

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <exception>
 #include <string>
+#include <vector>
 
 #include "engine/engine5.FormatReader.h"
 
@@ -21,15 +23,24 @@ namespace engine5::tar {
 // a Dialect names the format in messages and turns its parsers on.
 class Reader : public FormatReader {
 public:
+    // What the headers of a format say of one item: libarchive tells the
+    // expanded size but not how many bytes the archive keeps of it.
+    struct Sizes {
+        uint64_t expanded;
+        uint64_t packed;
+    };
+
     struct Dialect {
         const char* name;
         void (*support)(struct archive*);
         // The text that refuses an item whose data is encrypted.
         const char* encrypted;
-        // Looks over the archive, from the reader's position, before
-        // libarchive sees it, and throws for what libarchive must not be
-        // given; none for most formats.
-        void (*vet)(stream::random::Input&, uint64_t position) = nullptr;
+        // Walks the headers from the reader's position before libarchive
+        // sees the archive: throws for what libarchive must not be given,
+        // and lists the sizes of each item that libarchive will report, in
+        // its order, for the guard against decompression bombs. None for tar,
+        // whose members are stored as they are.
+        void (*vet)(stream::random::Input&, uint64_t position, std::vector<Sizes>& items) = nullptr;
     };
 
     Reader(uint32_t position, tuckett5::Reader& reader);
@@ -54,12 +65,20 @@ private:
     void close();
     // The next header, or false at the end of the archive.
     bool next(struct archive_entry*& item);
+    // The bytes that the archive keeps of the item in hand, whose expanded
+    // size is `size`.
+    uint64_t packedSize(struct archive_entry* item, uint64_t size) const;
     void fail(const char* fallback);
     void writeData(uint64_t size);
 
     const Dialect& dialect_;
     struct archive* archive_ = nullptr;
     Source source_;
+    // What the dialect's walk found, the headers read so far, and the bytes
+    // from the archive's position to its end.
+    std::vector<Sizes> sizes_;
+    size_t headers_ = 0;
+    uint64_t archiveBytes_ = 0;
 };
 
 }  // namespace engine5::tar

@@ -1,6 +1,6 @@
 #include "fuzz/fuzz.Targets.h"
 
-#include <atomic>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -207,17 +207,20 @@ public:
     }
     std::string out() const { return (root_ / "out").string(); }
 
-    // Nothing but the archive and the output folder may be beside each other.
+    // Nothing but the archive and the output folder may be beside each other,
+    // and no temporary file may outlive its reader.
     void checkNothingOutside() const {
-        std::vector<std::string> strays;
+        std::vector<fs::path> strays;
         for (const auto& entry : fs::directory_iterator(root_)) {
             const std::string name = entry.path().filename().string();
-            if (name != "archive" && name != "out") strays.push_back(name);
+            if (name != "archive" && name != "out" && name != "temp") strays.push_back(entry.path());
         }
+        for (const auto& entry : fs::directory_iterator(root_ / "temp")) strays.push_back(entry.path());
         if (strays.empty()) return;
         // Removed first, so that the runs after this finding start clean.
-        for (const std::string& name : strays) test::removeTree((root_ / name).string());
-        throw Finding("a reader wrote outside its output folder: " + strays.front());
+        std::error_code ignored;
+        for (const fs::path& stray : strays) fs::remove_all(stray, ignored);
+        throw Finding("a reader left a file outside its output folder: " + strays.front().string());
     }
 
 private:
@@ -230,13 +233,23 @@ private:
         fs::create_directories(folder, ignored);
     }
 
-    // One folder per process, removed when the process ends normally.
+    // One folder per process, removed when the process ends normally. Its
+    // folder "temp" takes the readers' temporary files (a stream's expansion,
+    // a MIME part), which would otherwise go to the working folder on disk;
+    // each run must leave it empty.
     static const fs::path& shared() {
         struct Folder {
             Folder() {
                 const fs::path base = fs::exists("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path();
                 path = base / ("cratewerk-fuzz-" + std::to_string(std::random_device()()));
                 fs::create_directories(path / "out");
+                fs::create_directories(path / "temp");
+                const std::string temp = (path / "temp").string();
+#ifdef _WIN32
+                _putenv_s("TEMP", temp.c_str());
+#else
+                setenv("TEMP", temp.c_str(), 1);
+#endif
             }
             ~Folder() { test::removeTree(path.string()); }
             fs::path path;

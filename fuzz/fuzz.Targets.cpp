@@ -191,8 +191,8 @@ int arjmethods(const uint8_t* data, size_t size) {
 
 // The folder of a reader target's runs: the archive and the output folder
 // side by side. It is made once per process (in memory where /dev/shm is)
-// and emptied after each run, since making and removing a folder tree on
-// every run cost more than most runs themselves.
+// and only emptied after each run: a tree made and removed per run cost
+// several system calls and a random device for runs that take a millisecond.
 class Scratch {
 public:
     Scratch() : root_(shared()) {}

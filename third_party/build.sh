@@ -64,6 +64,13 @@ mkdir -p "$work" "$prefix/include" "$prefix/lib"
 trap 'echo "third_party: building for $target failed; the last lines of $log:" >&2; tail -n 30 "$log" >&2' ERR
 echo "third_party: building libbz2, libdeflate and libarchive for $target (once)" >&2
 
+# took WHAT: says how long WHAT took since the last call, for the CI logs.
+mark=$SECONDS
+took() {
+  echo "third_party: $1 for $target in $((SECONDS - mark)) s" >&2
+  mark=$SECONDS
+}
+
 version_of() { awk -v p="$1" '$1 == p { print $2 }' "$here/VERSIONS"; }
 
 # fetch PACKAGE: unpacks the pinned source package (with Debian's patches) into
@@ -116,6 +123,7 @@ grep -q '!defined(__MINGW32__)' "$work/bzip2-src/bzlib.h"
 cp "$work/bzip2-src/bzlib.h" "$prefix/include/"
 includes=(-D_FILE_OFFSET_BITS=64 -I"$work/bzip2-src")
 compile bz2 "$work"/bzip2-src/{blocksort,huffman,crctable,randtable,compress,decompress,bzlib}.c
+took libbz2
 
 # libdeflate: the library sources, with the x86 code that picks its fastest
 # routines at run time.
@@ -123,6 +131,7 @@ src=$(fetch libdeflate)
 includes=(-std=c99 -I"$src")
 compile deflate "$src"/lib/*.c "$src"/lib/x86/*.c
 cp "$src/libdeflate.h" "$prefix/include/"
+took libdeflate
 
 # libarchive, with zlib and libbz2 only (and glibc's iconv on Linux): no crypto, XML or other
 # compression libraries, and none of its programs. Only the static library
@@ -143,9 +152,11 @@ cmake -S "$src" -B "$work/libarchive" -G Ninja -DCMAKE_BUILD_TYPE=Release -Wno-d
   -DBZIP2_INCLUDE_DIR="$prefix/include" -DBZIP2_LIBRARY_RELEASE="$prefix/lib/libbz2.a" >>"$log" 2>&1
 grep -q '^#define HAVE_BZLIB_H 1' "$work/libarchive/config.h"
 grep -q '^#define HAVE_ZLIB_H 1' "$work/libarchive/config.h"
+took "libarchive's configure"
 cmake --build "$work/libarchive" --target archive_static -j "$(nproc)" >>"$log" 2>&1
 find "$work/libarchive/libarchive" -maxdepth 1 -name 'libarchive*.a' -exec cp {} "$prefix/lib/libarchive.a" \;
 cp "$src/libarchive/archive.h" "$src/libarchive/archive_entry.h" "$prefix/include/"
+took "libarchive's build"
 
 rm -rf "$work"
 echo "$key" >"$prefix/.stamp"

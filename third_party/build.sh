@@ -22,8 +22,8 @@ built() { [ -f "$prefix/.stamp" ] && [ "$(cat "$prefix/.stamp")" = "$key" ]; }
 built && exit 0
 
 mkdir -p "$dir"
-exec 9>"$dir/.lock"
-flock 9 # another configure may be building the same target
+exec 9>"$dir/.lock-$target"
+flock 9 # another configure may be building the same target; other targets build alongside
 built && exit 0
 
 case $target in
@@ -79,6 +79,9 @@ fetch() {
   local package=$1 version src tmp
   version=$(version_of "$package")
   src=$dir/src/$package-$version
+  # Targets building at once share the sources: one unpacks, the others wait.
+  exec 8>"$dir/.lock-src"
+  flock 8
   if [ ! -f "$src/.unpacked" ]; then
     tmp=$src.tmp
     rm -rf "$src" "$tmp"

@@ -43,6 +43,14 @@ windows-tests: setup
 	@$(call windows_configure,x86_64) >/dev/null
 	@cmake --build build/windows-x86_64 -j $(JOBS) --target cratewerk_tests
 
+# The static libraries of the Windows builds and the 32-bit build, every target
+# at once (each build's configure makes its own otherwise, when it needs it).
+THIRD_PARTY_TARGETS := x86_64-w64-mingw32 i686-linux-gnu i686-w64-mingw32
+.PHONY: third-party
+third-party: setup
+	@pids=""; for t in $(THIRD_PARTY_TARGETS); do bash third_party/build.sh $$t build/third_party & pids="$$pids $$!"; done; \
+		status=0; for p in $$pids; do wait $$p || status=1; done; exit $$status
+
 # The unit and plug-in tests built with g++ -m32 and run: what a 64-bit build
 # hides (32-bit long, sizes and pointers in the call block, overflows).
 .PHONY: test-32
@@ -65,7 +73,8 @@ demo: release
 
 # A PNG of each dialog of the plug-in, shown under Wine on a virtual display:
 # build/dialogs/CRWK_PROGRESS.png, CRWK_PASSWORD.png, IDD_COMDLG32.png.
-dialogs: setup
+dialogs:
+	@bash tools/setup.sh dialogs
 	@$(call windows_configure,x86_64) >/dev/null
 	@cmake --build build/windows-x86_64 -j $(JOBS) --target dialogs
 	@bash tools/dialogs/dialogs.sh build/windows-x86_64 build/dialogs
@@ -85,9 +94,11 @@ bench: release
 	@python3 bench/report.py build/bench.json
 
 # The libFuzzer harnesses (clang, in build/fuzz), each run FUZZ_S seconds on its corpus.
+# Line tables are all that a finding's stack trace needs, and build faster than full debug information.
 FUZZ_S ?= 60
 fuzz: setup
 	@cmake -S . -B build/fuzz $(GENERATOR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ \
+		-DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O2 -gline-tables-only -DNDEBUG" \
 		-DCRATEWERK_FUZZ=ON -DCRATEWERK_TESTS=OFF -DCRATEWERK_BENCH=OFF >/dev/null
 	@cmake --build build/fuzz -j $(JOBS) --target fuzzers
 	@bash fuzz/run.sh build/fuzz $(FUZZ_S)

@@ -22,8 +22,8 @@ built() { [ -f "$prefix/.stamp" ] && [ "$(cat "$prefix/.stamp")" = "$key" ]; }
 built && exit 0
 
 mkdir -p "$dir"
-exec 9>"$dir/.lock"
-flock 9 # another configure may be building the same target
+exec 9>"$dir/.lock-$target"
+flock 9 # another configure may be building the same target; other targets build alongside
 built && exit 0
 
 case $target in
@@ -64,6 +64,13 @@ mkdir -p "$work" "$prefix/include" "$prefix/lib"
 trap 'echo "third_party: building for $target failed; the last lines of $log:" >&2; tail -n 30 "$log" >&2' ERR
 echo "third_party: building libbz2, libdeflate and libarchive for $target (once)" >&2
 
+# took WHAT: says how long WHAT took since the last call, for the CI logs.
+mark=$SECONDS
+took() {
+  echo "third_party: $1 for $target in $((SECONDS - mark)) s" >&2
+  mark=$SECONDS
+}
+
 version_of() { awk -v p="$1" '$1 == p { print $2 }' "$here/VERSIONS"; }
 
 # fetch PACKAGE: unpacks the pinned source package (with Debian's patches) into
@@ -72,6 +79,9 @@ fetch() {
   local package=$1 version src tmp
   version=$(version_of "$package")
   src=$dir/src/$package-$version
+  # Targets building at once share the sources: one unpacks, the others wait.
+  exec 8>"$dir/.lock-src"
+  flock 8
   if [ ! -f "$src/.unpacked" ]; then
     tmp=$src.tmp
     rm -rf "$src" "$tmp"
@@ -116,6 +126,7 @@ grep -q '!defined(__MINGW32__)' "$work/bzip2-src/bzlib.h"
 cp "$work/bzip2-src/bzlib.h" "$prefix/include/"
 includes=(-D_FILE_OFFSET_BITS=64 -I"$work/bzip2-src")
 compile bz2 "$work"/bzip2-src/{blocksort,huffman,crctable,randtable,compress,decompress,bzlib}.c
+took libbz2
 
 # libdeflate: the library sources, with the x86 code that picks its fastest
 # routines at run time.
@@ -123,6 +134,7 @@ src=$(fetch libdeflate)
 includes=(-std=c99 -I"$src")
 compile deflate "$src"/lib/*.c "$src"/lib/x86/*.c
 cp "$src/libdeflate.h" "$prefix/include/"
+took libdeflate
 
 # libarchive, with zlib and libbz2 only (and glibc's iconv on Linux): no crypto, XML or other
 # compression libraries, and none of its programs. Only the static library
@@ -136,16 +148,19 @@ for option in OPENSSL MBEDTLS NETTLE LIBB2 LZ4 LZO LZMA ZSTD LIBXML2 EXPAT PCREP
   [ "$target" = i686-linux-gnu ] && [ $option = ICONV ] && continue
   off+=(-DENABLE_$option=OFF)
 done
-cmake -S "$src" -B "$work/libarchive" -G Ninja -DCMAKE_BUILD_TYPE=Release -Wno-dev \
+# -O2, as Debian builds it, rather than CMake's -O3, which only costs compile time.
+cmake -S "$src" -B "$work/libarchive" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_C_FLAGS_RELEASE="-O2 -DNDEBUG" -Wno-dev \
   "${toolchain[@]}" "${off[@]}" -DENABLE_ZLIB=ON -DENABLE_BZip2=ON \
   -DCMAKE_POSITION_INDEPENDENT_CODE=ON -DPOSIX_REGEX_LIB=NONE \
   -DZLIB_INCLUDE_DIR="$zlib_include" -DZLIB_LIBRARY="$zlib_library" \
   -DBZIP2_INCLUDE_DIR="$prefix/include" -DBZIP2_LIBRARY_RELEASE="$prefix/lib/libbz2.a" >>"$log" 2>&1
 grep -q '^#define HAVE_BZLIB_H 1' "$work/libarchive/config.h"
 grep -q '^#define HAVE_ZLIB_H 1' "$work/libarchive/config.h"
+took "libarchive's configure"
 cmake --build "$work/libarchive" --target archive_static -j "$(nproc)" >>"$log" 2>&1
 find "$work/libarchive/libarchive" -maxdepth 1 -name 'libarchive*.a' -exec cp {} "$prefix/lib/libarchive.a" \;
 cp "$src/libarchive/archive.h" "$src/libarchive/archive_entry.h" "$prefix/include/"
+took "libarchive's build"
 
 rm -rf "$work"
 echo "$key" >"$prefix/.stamp"

@@ -8,7 +8,7 @@ packages=(
   cmake ninja-build g++ make libgtest-dev libgmock-dev libbenchmark-dev
   zlib1g-dev libbz2-dev libdeflate-dev
   # Windows builds, run under Wine
-  mingw-w64 libz-mingw-w64-dev wine wine64 xvfb xauth imagemagick
+  mingw-w64 libz-mingw-w64-dev wine wine64
   # libarchive; the 32-bit build (make test-32); apt-get source for third_party/build.sh
   libarchive-dev g++-multilib lib32z1-dev dpkg-dev
   # peers for interop tests
@@ -18,6 +18,15 @@ packages=(
   # fuzzing (make fuzz): clang and its libFuzzer runtime
   clang libclang-rt-14-dev
 )
+# `tools/setup.sh dialogs` (make dialogs) adds a virtual display and the screenshot tools.
+[ "${1:-}" = dialogs ] && packages+=(xvfb xauth imagemagick)
+
+# On a CI machine, which is thrown away afterwards, dpkg need not sync each file
+# it unpacks, and man-db need not index the new manual pages.
+apt_options=()
+if [ -n "${CI:-}" ]; then
+  apt_options=(-o Dpkg::Options::=--force-unsafe-io -o Dpkg::Use-Pty=0)
+fi
 
 # Debian's source packages, from which third_party/build.sh builds the libraries
 # of the Windows and 32-bit builds: deb-src entries for the system's own
@@ -50,7 +59,11 @@ if [ ${#missing[@]} -gt 0 ] || [ -n "$update_sources" ]; then
   [ "$(id -u)" -ne 0 ] && sudo_cmd="sudo"
   export DEBIAN_FRONTEND=noninteractive
   $sudo_cmd apt-get update -qq
-  [ ${#missing[@]} -eq 0 ] || $sudo_cmd apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+  if [ -n "${CI:-}" ] && [ ${#missing[@]} -gt 0 ]; then
+    echo 'man-db man-db/auto-update boolean false' | $sudo_cmd debconf-set-selections 2>/dev/null || true
+    $sudo_cmd rm -f /var/lib/man-db/auto-update
+  fi
+  [ ${#missing[@]} -eq 0 ] || $sudo_cmd apt-get install -y -qq --no-install-recommends "${apt_options[@]}" "${missing[@]}" >/dev/null
 fi
 
 # A Wine prefix, prepared once and quietly, for the x86_64 Windows tests.

@@ -522,7 +522,15 @@ INSTANTIATE_TEST_SUITE_P(
                 "format", "bad password in format::zip::EncryptionHeader::read()", "wrong"},
         BadCase{"noPassword",
                 [] {
-                    return build({{"t", "text", "right", true}}).bytes;
+                    // As above, for the empty password; with a data descriptor
+                    // the check byte may be the top of the time or of the CRC.
+                    for (;;) {
+                        std::string bytes = build({{"t", "text", "right", true}}).bytes;
+                        std::string header = bytes.substr(31, 12);
+                        algorithm::zipcrypt::Cipher("").decrypt(header.data(), 12);
+                        const uint8_t check = static_cast<uint8_t>(header[11]);
+                        if (check != crcOf("text") >> 24 && check != static_cast<uint8_t>(bytes[11])) return bytes;
+                    }
                 },
                 "format", "bad password in format::zip::EncryptionHeader::read()"},
         BadCase{"noEndRecord", [] { return std::string("PK\x03\x04", 4) + std::string(60, '\0'); }, "format",

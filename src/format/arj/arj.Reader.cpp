@@ -29,7 +29,6 @@ const char* const truncated = "truncated archive in arj reader";
 
 // The main header says that the archive goes on in another volume.
 constexpr uint8_t volumeArchive = 0x04;
-constexpr uint8_t unknownMethod = 0xFF;
 
 // ARJ hosts: 0 MS-DOS, 1 PRIMOS, 2 Unix, 3 Amiga, 4 Mac OS, 5 OS/2, 6 Apple
 // GS, 7 Atari ST, 8 NeXT, 9 VAX VMS, 10 Windows 95, 11 Windows NT.

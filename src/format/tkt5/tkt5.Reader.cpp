@@ -15,7 +15,6 @@ namespace engine5::tkt5 {
 
 namespace {
 
-constexpr uint32_t bufferSize = 65536;
 // Seconds from the Macintosh epoch (1904) to the engine's (1970).
 constexpr int64_t macEpochOffset = 2082844800;
 // What tuckett5::Reader::error holds after a fork of a method without reader.

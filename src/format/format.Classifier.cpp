@@ -14,10 +14,11 @@ unsigned Classifier::find(unsigned from, unsigned char c) const {
     return hit ? static_cast<unsigned>(static_cast<const unsigned char*>(hit) - bytes()) : size;
 }
 
+// Higher priorities first; among equals, the order of adding.
 void MultiClassifier::add(Classifier* classifier) {
-    classifiers.push_back(classifier);
-    std::stable_sort(classifiers.begin(), classifiers.end(),
-                     [](const Classifier* a, const Classifier* b) { return a->priority > b->priority; });
+    auto at = std::upper_bound(classifiers.begin(), classifiers.end(), classifier,
+                               [](const Classifier* a, const Classifier* b) { return a->priority > b->priority; });
+    classifiers.insert(at, classifier);
 }
 
 void MultiClassifier::remove(Classifier* classifier) {

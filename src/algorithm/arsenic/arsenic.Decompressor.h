@@ -65,7 +65,7 @@ protected:
 // one word per byte of block, each the next position with its byte in the low 8 bits:
 // four more bytes of memory per byte of block, one read per output byte. On
 // large blocks the reads of several stretches of the chain are interleaved.
-class FastDecompressor final : public Decompressor {
+class FastDecompressor : public Decompressor {
 public:
     void init(int blockBits) override;
     size_t reserved() const override { return Decompressor::reserved() + size_t(room) * sizeof(uint32_t); }

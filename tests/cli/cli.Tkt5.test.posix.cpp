@@ -24,7 +24,7 @@ using plugintest::writeFile;
 using test::treeOf;
 using test::tkt5::Builder;
 using test::tkt5::Item;
-using Tree = std::map<std::string, std::string>;  // relative path, content ("/" for a folder)
+using Tree = std::map<std::string, std::string>;  // relative path, content; a folder ends in "/"
 
 struct Sample {
     std::string archive;
@@ -41,14 +41,14 @@ Sample sample() {
                     Item::dir("sub", {Item::file("one", c, test::tkt5::isp), Item::dir("nothing")}), mac})};
     Sample s;
     s.archive = Builder().build(tree);
-    s.expected = {{"Project", "/"},
+    s.expected = {{"Project/", ""},
                   {"Project/stored.txt", a},
                   {"Project/isp.txt", a},
                   {"Project/arsenic.txt", a},
                   {"Project/empty", ""},
-                  {"Project/sub", "/"},
+                  {"Project/sub/", ""},
                   {"Project/sub/one", c},
-                  {"Project/sub/nothing", "/"},
+                  {"Project/sub/nothing/", ""},
                   {"Project/Letter", b},
                   {"Project/._Letter", "*"}};
     return s;

@@ -17,6 +17,7 @@
 #include "format/arj/arj.FileHeader.h"
 #include "stream/check/crc.CRC.h"
 #include "stream/stream.Vector.h"
+#include "support/bytes.h"
 #include "support/scratch.h"
 
 namespace fs = std::filesystem;
@@ -27,14 +28,7 @@ const std::string kData = std::string(CRATEWERK_TEST_DATA);
 
 std::string readFile(const fs::path& path) { return test::Scratch::read(path.string()); }
 
-std::map<std::string, std::string> tree(const fs::path& root) {
-    std::map<std::string, std::string> files;
-    for (const auto& item : fs::recursive_directory_iterator(root)) {
-        const std::string relative = item.path().lexically_relative(root).generic_string();
-        files[relative + (item.is_directory() ? "/" : "")] = item.is_directory() ? "" : readFile(item.path());
-    }
-    return files;
-}
+using test::treeOf;
 
 class Scratch : public test::Scratch {
 public:
@@ -81,12 +75,6 @@ struct Item {
     std::function<void(format::arj::FileHeader&)> patch = nullptr;
 };
 
-uint32_t crcOf(const std::string& data) {
-    algorithm::crc::EthernetCRC crc;
-    crc.update(data.data(), static_cast<uint32_t>(data.size()));
-    return ~crc.value();
-}
-
 std::string build(const std::vector<Item>& items, uint8_t host = 2, uint8_t mainFlags = 0, bool end = true) {
     std::vector<char> bytes;
     stream::VectorOutput out(bytes);
@@ -108,7 +96,7 @@ std::string build(const std::vector<Item>& items, uint8_t host = 2, uint8_t main
         h.fileType = item.name.back() == '/' ? format::arj::FileHeader::folderType : 0;
         h.modified = 1223329852;
         h.compressedSize = h.originalSize = static_cast<uint32_t>(item.data.size());
-        h.fileCRC = crcOf(item.data);
+        h.fileCRC = test::crc32(item.data);
         h.accessMode = 0644;
         h.name = item.name;
         if (item.patch) item.patch(h);
@@ -129,7 +117,7 @@ TEST(ArjReader, ExpandsEachMethodAndRefusesAGarbledItemAlone) {
     EXPECT_EQ(methods.failures[0].name, "d/c.txt");
     EXPECT_EQ(methods.failures[0].message, "encrypted files not supported by arj reader");
     EXPECT_EQ(methods.failures[0].reason, "garbled (encrypted) ARJ items are not supported");
-    const auto files = tree(scratch.out());
+    const auto files = treeOf(scratch.out());
     ASSERT_EQ(files.size(), 3u);
     EXPECT_EQ(files.at("d/a.txt").size(), 3086u);
     EXPECT_EQ(files.at("d/b.txt").size(), 1800u);
@@ -161,7 +149,7 @@ TEST(ArjReader, NamesStayInsideTheOutputFolder) {
 #else
     const std::string unixBackslash = "b\\c.txt";
 #endif
-    EXPECT_EQ(tree(scratch.out()), (std::map<std::string, std::string>{{"a/", ""},
+    EXPECT_EQ(treeOf(scratch.out()), (std::map<std::string, std::string>{{"a/", ""},
                                                                        {"a/up2.txt", "3"},
                                                                        {"abs.txt", "2"},
                                                                        {unixBackslash, "4"},
@@ -200,7 +188,7 @@ TEST_P(ArjRefuses, WithTheExactText) {
         EXPECT_EQ(outcome.failures[0].message, c.itemMessage);
         EXPECT_EQ(outcome.failures[0].reason, c.reason.empty() ? c.itemMessage : c.reason);
         // The failed item leaves nothing; the good one is whole.
-        EXPECT_EQ(tree(scratch.out()), (std::map<std::string, std::string>{{"good", "good data"}}));
+        EXPECT_EQ(treeOf(scratch.out()), (std::map<std::string, std::string>{{"good", "good data"}}));
     }
 }
 

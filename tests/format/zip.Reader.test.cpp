@@ -26,6 +26,7 @@
 #include "stream/check/crc.CRC.h"
 #include "stream/stream.ByteOrder.h"
 #include "stream/stream.Vector.h"
+#include "support/bytes.h"
 #include "support/events.h"
 #include "support/scratch.h"
 
@@ -33,18 +34,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
+using namespace test;
+
 const std::string kData = std::string(CRATEWERK_TEST_DATA) + "/zip/";
 
-std::string readFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-uint32_t crcOf(const std::string& data) {
-    algorithm::crc::EthernetCRC crc;
-    crc.update(data.data(), static_cast<uint32_t>(data.size()));
-    return ~crc.value();
-}
+std::string readFile(const fs::path& path) { return test::Scratch::read(path.string()); }
 
 struct Entry {
     std::string name;
@@ -83,7 +77,7 @@ Built build(const std::vector<Entry>& entries, const std::string& prefix = "", b
         c.method(e.method);
         c.time(0x6000);  // 12:00:00
         c.date(0x5A21);  // 2025-01-01
-        c.crc(crcOf(e.data));
+        c.crc(crc32(e.data));
         const uint32_t packed = static_cast<uint32_t>(e.data.size() + (e.password.empty() ? 0 : 12));
         c.compressedSize(packed);
         c.uncompressedSize(static_cast<uint32_t>(e.data.size()));
@@ -133,25 +127,7 @@ Built build(const std::vector<Entry>& entries, const std::string& prefix = "", b
     return built;
 }
 
-void put16(std::string& s, size_t at, uint16_t v) {
-    s[at] = static_cast<char>(v & 0xFF);
-    s[at + 1] = static_cast<char>(v >> 8);
-}
-void put32(std::string& s, size_t at, uint32_t v) {
-    put16(s, at, static_cast<uint16_t>(v & 0xFFFF));
-    put16(s, at + 2, static_cast<uint16_t>(v >> 16));
-}
-
-// Every file below `root`, by its path relative to it, with its bytes.
-std::map<std::string, std::string> tree(const fs::path& root) {
-    std::map<std::string, std::string> files;
-    if (!fs::exists(root)) return files;
-    for (const auto& item : fs::recursive_directory_iterator(root)) {
-        std::string relative = fs::relative(item.path(), root).generic_string();
-        files[relative + (item.is_directory() ? "/" : "")] = item.is_directory() ? "" : readFile(item.path());
-    }
-    return files;
-}
+using test::treeOf;
 
 class Scratch : public test::Scratch {
 public:
@@ -232,7 +208,7 @@ TEST_P(Expands, ToExactlyTheStoredFiles) {
     Outcome outcome =
         expand(scratch.archive(build(c.entries, c.prefix, c.adjusted, c.comment).bytes), scratch.out(), "secret");
     EXPECT_EQ(outcome.message, "") << outcome.kind;
-    EXPECT_EQ(tree(scratch.out()), c.expected);
+    EXPECT_EQ(treeOf(scratch.out()), c.expected);
     EXPECT_EQ(outcome.rootName, c.rootName);
     EXPECT_EQ(outcome.fileCount, c.entries.size());
 }
@@ -290,7 +266,7 @@ TEST(ZipReader, EmptyArchiveListsAndExpandsNothing) {
         Outcome outcome = expand(scratch.archive(build({}, prefix).bytes), scratch.out());
         EXPECT_EQ(outcome.message, "");
         EXPECT_EQ(outcome.fileCount, 0u);
-        EXPECT_TRUE(tree(scratch.out()).empty());
+        EXPECT_TRUE(treeOf(scratch.out()).empty());
     }
 }
 
@@ -301,7 +277,7 @@ TEST(ZipReader, SkippedFilesMakeNoOutputAndStillCount) {
     Outcome outcome =
         expand(scratch.archive(build({{"a", "1"}, {"f/", ""}, {"f/b", "2"}}).bytes), scratch.out(), "", &recorder);
     EXPECT_EQ(outcome.message, "");
-    EXPECT_EQ(tree(scratch.out()), (std::map<std::string, std::string>{{"f/", ""}}));
+    EXPECT_EQ(treeOf(scratch.out()), (std::map<std::string, std::string>{{"f/", ""}}));
     EXPECT_EQ(recorder.moves, (std::vector<uint32_t>{0, 1, 2, 3}));
 }
 
@@ -516,7 +492,7 @@ INSTANTIATE_TEST_SUITE_P(
                         std::string bytes = build({{"t", "text", "right"}}).bytes;
                         std::string header = bytes.substr(31, 12);
                         algorithm::zipcrypt::Cipher("wrong").decrypt(header.data(), 12);
-                        if (static_cast<uint8_t>(header[11]) != crcOf("text") >> 24) return bytes;
+                        if (static_cast<uint8_t>(header[11]) != crc32("text") >> 24) return bytes;
                     }
                 },
                 "format", "bad password in format::zip::EncryptionHeader::read()", "wrong"},
@@ -529,7 +505,7 @@ INSTANTIATE_TEST_SUITE_P(
                         std::string header = bytes.substr(31, 12);
                         algorithm::zipcrypt::Cipher("").decrypt(header.data(), 12);
                         const uint8_t check = static_cast<uint8_t>(header[11]);
-                        if (check != crcOf("text") >> 24 && check != static_cast<uint8_t>(bytes[11])) return bytes;
+                        if (check != crc32("text") >> 24 && check != static_cast<uint8_t>(bytes[11])) return bytes;
                     }
                 },
                 "format", "bad password in format::zip::EncryptionHeader::read()"},
@@ -551,7 +527,7 @@ TEST(ZipReaderHostile, AnEntryThatLiesAboutItsSizeLeavesNoFile) {
         ASSERT_EQ(reader.itemFailures.size(), 1u);
         EXPECT_EQ(reader.itemFailures[0].name, "b.txt");
         reader.close();
-        EXPECT_EQ(tree(scratch.out()), (std::map<std::string, std::string>{{"a.txt", "alpha"}})) << declared;
+        EXPECT_EQ(treeOf(scratch.out()), (std::map<std::string, std::string>{{"a.txt", "alpha"}})) << declared;
     }
 }
 
@@ -580,7 +556,7 @@ TEST(ZipReaderHostile, TheCentralNameNamesTheFile) {
                           {"d/e", otherName},
                           {"kept", otherName}}));
     reader.close();
-    EXPECT_EQ(tree(scratch.out()),
+    EXPECT_EQ(treeOf(scratch.out()),
               (std::map<std::string, std::string>{
                   {"safe.txt", "one"},
                   {"abc", "two"},
@@ -592,9 +568,6 @@ TEST(ZipReaderHostile, TheCentralNameNamesTheFile) {
 
 // A Zip64 archive as the records lay it out: every size and offset in the
 // extra fields, the end record holding only all ones.
-void add16(std::string& s, uint16_t v) { s += static_cast<char>(v & 0xFF), s += static_cast<char>(v >> 8); }
-void add32(std::string& s, uint32_t v) { add16(s, static_cast<uint16_t>(v)), add16(s, static_cast<uint16_t>(v >> 16)); }
-void add64(std::string& s, uint64_t v) { add32(s, static_cast<uint32_t>(v)), add32(s, static_cast<uint32_t>(v >> 32)); }
 
 std::string zip64Archive(const std::vector<std::pair<std::string, std::string>>& entries, bool locator = true) {
     std::string out, directory;
@@ -602,7 +575,7 @@ std::string zip64Archive(const std::vector<std::pair<std::string, std::string>>&
         const uint64_t offset = out.size();
         std::string extra;
         add16(extra, 1), add16(extra, 16), add64(extra, data.size()), add64(extra, data.size());
-        add32(out, 0x04034B50), add16(out, 45), add16(out, 0), add16(out, 0), add32(out, 0), add32(out, crcOf(data));
+        add32(out, 0x04034B50), add16(out, 45), add16(out, 0), add16(out, 0), add32(out, 0), add32(out, crc32(data));
         add32(out, 0xFFFFFFFF), add32(out, 0xFFFFFFFF), add16(out, static_cast<uint16_t>(name.size()));
         add16(out, static_cast<uint16_t>(extra.size()));
         out += name + extra + data;
@@ -610,7 +583,7 @@ std::string zip64Archive(const std::vector<std::pair<std::string, std::string>>&
         add16(central, 1), add16(central, 24), add64(central, data.size()), add64(central, data.size());
         add64(central, offset);
         add32(directory, 0x02014B50), add16(directory, 0x032D), add16(directory, 45), add16(directory, 0);
-        add16(directory, 0), add32(directory, 0), add32(directory, crcOf(data)), add32(directory, 0xFFFFFFFF);
+        add16(directory, 0), add32(directory, 0), add32(directory, crc32(data)), add32(directory, 0xFFFFFFFF);
         add32(directory, 0xFFFFFFFF), add16(directory, static_cast<uint16_t>(name.size()));
         add16(directory, static_cast<uint16_t>(central.size())), add16(directory, 0), add16(directory, 0);
         add16(directory, 0), add32(directory, 0100644u << 16), add32(directory, 0xFFFFFFFF);
@@ -633,7 +606,7 @@ TEST(ZipReaderZip64, ExpandsFromTheExtraFieldsAndTheZip64EndRecord) {
     Outcome outcome = expand(scratch.archive(whole), scratch.out());
     EXPECT_EQ(outcome.message, "") << outcome.kind;
     EXPECT_EQ(outcome.fileCount, 2u);
-    EXPECT_EQ(tree(scratch.out()),
+    EXPECT_EQ(treeOf(scratch.out()),
               (std::map<std::string, std::string>{{"one.txt", "first"}, {"two/", ""}, {"two/three.txt", "second"}}));
 
     // Without the locator the all-ones fields are taken as they stand.
@@ -667,7 +640,7 @@ TEST(ZipReader, NamesStayInsideTheOutputFolder) {
     for (const auto& item : fs::directory_iterator(scratch.path())) beside.push_back(item.path().filename().string());
     std::sort(beside.begin(), beside.end());
     EXPECT_EQ(beside, (std::vector<std::string>{"a.zip", "out"}));
-    const auto files = tree(scratch.out());
+    const auto files = treeOf(scratch.out());
     EXPECT_EQ(files.at("up.txt"), "1");
     EXPECT_EQ(files.at("abs.txt"), "2");
     EXPECT_EQ(files.at("drive.txt"), "3");
@@ -686,7 +659,7 @@ TEST(ZipReader, NamesInCodePage437AndUTF8) {
     EXPECT_EQ(engine5::zip::entryName("a\xFF\xC0z\xE2\x82", "", true).unicode, (Name{'a', '_', '_', 'z', '_', '_'}));
     // An Info-ZIP Unicode path field counts only while its check value matches the stored name.
     std::string field = std::string("\x75\x70\x09\x00\x01", 5) + "0000" + "b\xC3\xA4r";
-    put32(field, 5, crcOf("b?r"));
+    put32(field, 5, crc32("b?r"));
     EXPECT_EQ(engine5::zip::entryName("b?r", field, false).unicode, (Name{'b', 0xE4, 'r'}));
     EXPECT_EQ(engine5::zip::entryName("bxr", field, false).unicode, (Name{'b', 'x', 'r'}));
     // Names from Unix and Macintosh hosts are UTF-8 when they are valid UTF-8.
@@ -724,7 +697,7 @@ TEST(ZipReader, BackslashesSeparateOnlyForDOSHosts) {
 #else
     const std::map<std::string, std::string> expected = {{"..\\..\\x", "1"}, {"a\\b", "2"}, {"c/", ""}, {"c/d", "3"}};
 #endif
-    EXPECT_EQ(tree(scratch.out()), expected);
+    EXPECT_EQ(treeOf(scratch.out()), expected);
     EXPECT_EQ(itemsBeside(scratch), 2u);  // the archive and the output folder
 }
 
@@ -827,7 +800,7 @@ TEST(ZipReaderMac, OptionsPlaceTheForkOrKeepTheRawEntries) {
     EXPECT_EQ(raw.archiveInfo.fileCount, 6u);
     raw.decode();
     raw.close();
-    EXPECT_EQ(tree(scratch.path() / "raw"),
+    EXPECT_EQ(treeOf(scratch.path() / "raw"),
               (std::map<std::string, std::string>{{"proj/", ""},
                                                   {"proj/doc.txt", "data fork\n"},
                                                   {"__MACOSX/", ""},
@@ -905,7 +878,7 @@ TEST(ZipReader, LegacyMethodsExpandToTheirKnownText) {
         Scratch scratch;
         Outcome outcome = expand(kData + name, scratch.out());
         EXPECT_EQ(outcome.message, "") << name;
-        const auto files = tree(scratch.out());
+        const auto files = treeOf(scratch.out());
         ASSERT_EQ(files.size(), 1u) << name;
         EXPECT_EQ(files.begin()->second, first) << name;
     }
@@ -919,7 +892,7 @@ TEST(ZipReader, PeerArchivesExpandWithoutFault) {
         Scratch scratch;
         Outcome outcome = expand(kData + name, scratch.out());
         EXPECT_EQ(outcome.message, "") << name;
-        EXPECT_FALSE(tree(scratch.out()).empty()) << name;
+        EXPECT_FALSE(treeOf(scratch.out()).empty()) << name;
     }
 }
 

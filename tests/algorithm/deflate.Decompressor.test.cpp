@@ -14,6 +14,7 @@
 #include "stream/stream.Array.h"
 #include "stream/stream.Vector.h"
 #include "support/failure.h"
+#include "support/damage.h"
 #include "support/streams.h"
 
 namespace {
@@ -396,10 +397,8 @@ TEST(InflateHostile, RandomFlipsEndInOutputOrException) {
     std::mt19937 rng(20261121);
     Decompressor d;
     int failures = 0;
-    for (int round = 0; round < 3000; ++round) {
-        std::vector<char> packed = streams[round % 3];
-        int flips = 1 + static_cast<int>(rng() % 4);
-        for (int f = 0; f < flips; ++f) packed[rng() % packed.size()] ^= static_cast<char>(1 + rng() % 255);
+    for (int round = 0; round < test::damageRounds(3000); ++round) {
+        const std::vector<char> packed = test::flipped(streams[round % 3], rng, 4);
         stream::ArrayInput in(packed.data(), static_cast<uint32_t>(packed.size()));
         test::BoundedOutput out;
         try {

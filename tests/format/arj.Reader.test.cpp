@@ -18,6 +18,7 @@
 #include "stream/check/crc.CRC.h"
 #include "stream/stream.Vector.h"
 #include "support/bytes.h"
+#include "support/damage.h"
 #include "support/scratch.h"
 
 namespace fs = std::filesystem;
@@ -247,17 +248,8 @@ TEST(ArjReaderDamage, EveryTruncationAndRandomByteFlips) {
     for (size_t size = 0; size < samples[1].size(); ++size) expectContained(scratch, samples[1].substr(0, size));
     for (size_t size = 0; size < samples[0].size(); size += 5) expectContained(scratch, samples[0].substr(0, size));
     std::mt19937 random(20261124);
-#ifdef _WIN32
-    const int rounds = 300;  // files are slow to make under the emulator
-#else
-    const int rounds = 1500;
-#endif
-    for (int round = 0; round < rounds; ++round) {
-        std::string bytes = samples[round % 4 == 3 ? 1 : 0];
-        const int flips = 1 + static_cast<int>(random() % 3);
-        for (int i = 0; i < flips; ++i) bytes[random() % bytes.size()] ^= static_cast<char>(1 + random() % 255);
-        expectContained(scratch, bytes);
-    }
+    for (int round = 0; round < test::fileDamageRounds(1500); ++round)
+        expectContained(scratch, test::flipped(samples[round % 4 == 3 ? 1 : 0], random, 3));
 }
 
 }  // namespace

@@ -20,6 +20,7 @@
 #include "stream/check/crc.CRC.h"
 #include "support/arc.h"
 #include "support/bytes.h"
+#include "support/damage.h"
 #include "support/scratch.h"
 
 namespace fs = std::filesystem;
@@ -298,17 +299,8 @@ TEST(LegacyReadersDamage, RandomByteFlips) {
     std::vector<std::string> samples;
     for (const char* name : kSmall) samples.push_back(readFile(kData + name));
     for (const char* name : {"bla.lha", "crunched.arc"}) samples.push_back(readFile(kData + name));
-#ifdef _WIN32
-    const int rounds = 300;  // files are slow to make under the emulator
-#else
-    const int rounds = 3000;
-#endif
-    for (int round = 0; round < rounds; ++round) {
-        std::string bytes = samples[round % samples.size()];
-        const int flips = 1 + static_cast<int>(random() % 4);
-        for (int i = 0; i < flips; ++i) bytes[random() % bytes.size()] ^= static_cast<char>(1 + random() % 255);
-        expectContained(scratch, bytes);
-    }
+    for (int round = 0; round < test::fileDamageRounds(3000); ++round)
+        expectContained(scratch, test::flipped(samples[round % samples.size()], random, 4));
 }
 
 }  // namespace

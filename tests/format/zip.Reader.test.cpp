@@ -27,6 +27,7 @@
 #include "stream/stream.ByteOrder.h"
 #include "stream/stream.Vector.h"
 #include "support/bytes.h"
+#include "support/damage.h"
 #include "support/events.h"
 #include "support/scratch.h"
 
@@ -968,17 +969,8 @@ TEST(ZipReaderDamage, RandomByteFlips) {
     std::mt19937 random(20261121);
     const std::vector<std::string> samples = {damageSample(), readFile(kData + "bla.zip"),
                                               readFile(kData + "zip2-implode.zip")};
-#ifdef _WIN32
-    const int rounds = 300;  // files are slow to make under the emulator
-#else
-    const int rounds = 1200;
-#endif
-    for (int round = 0; round < rounds; ++round) {
-        std::string bytes = samples[round % samples.size()];
-        const int flips = 1 + static_cast<int>(random() % 4);
-        for (int i = 0; i < flips; ++i) bytes[random() % bytes.size()] ^= static_cast<char>(1 + random() % 255);
-        expectContained(scratch, bytes);
-    }
+    for (int round = 0; round < test::fileDamageRounds(1200); ++round)
+        expectContained(scratch, test::flipped(samples[round % samples.size()], random, 4));
 }
 
 }  // namespace

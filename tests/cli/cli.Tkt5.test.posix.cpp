@@ -107,22 +107,6 @@ TEST(Tkt5EndToEnd, CratewerkList) {
         EXPECT_NE(r.out.find(needle), std::string::npos) << needle << "\n" << r.out;
 }
 
-TEST(Tkt5EndToEnd, PasswordsOnTheCommandLine) {
-    TempDir dir;
-    Builder builder;
-    builder.password = "pass";
-    writeFile(dir / "p.tkt", builder.build({Item::file("secret", "hidden words", test::tkt5::isp)}));
-    Outcome wrong = run(CRATEWERK_PROGRAM, "expand -q -p nope " + quote(dir / "p.tkt") + " " + quote(dir / "w"));
-    EXPECT_EQ(wrong.status, 1);
-    EXPECT_NE(wrong.err.find("password mismatch in tkt5 reader"), std::string::npos) << wrong.err;
-    Outcome right = run(CRATEWERK_PROGRAM, "expand -q -p pass " + quote(dir / "p.tkt") + " " + quote(dir / "r"));
-    EXPECT_EQ(right.status, 0) << right.err;
-    EXPECT_EQ(readFile(dir / "r/secret"), "hidden words");
-    Outcome call = run(CRATEWERK_PROGRAM, "call CRwrk-Expand " + quote(dir / "p.tkt" + "|" + dir / "c|pass"));
-    EXPECT_EQ(call.status, 0) << call.out;
-    EXPECT_EQ(readFile(dir / "c/secret"), "hidden words");
-}
-
 TEST(Tkt5EndToEnd, DamageIsReportedNotCrashedOn) {
     TempDir dir;
     Item item = Item::file("f", "some data");

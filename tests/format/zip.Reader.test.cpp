@@ -873,18 +873,6 @@ INSTANTIATE_TEST_SUITE_P(
 // ---------------------------------------------------------------------------
 // Archives made by other programs, kept in tests/data/zip.
 
-TEST(ZipReader, LegacyMethodsExpandToTheirKnownText) {
-    const std::string first = readFile(kData + "zip2-first.txt");
-    for (const char* name : {"zip2-shrink.zip", "zip2-reduce.zip", "zip2-implode.zip"}) {
-        Scratch scratch;
-        Outcome outcome = expand(kData + name, scratch.out());
-        EXPECT_EQ(outcome.message, "") << name;
-        const auto files = treeOf(scratch.out());
-        ASSERT_EQ(files.size(), 1u) << name;
-        EXPECT_EQ(files.begin()->second, first) << name;
-    }
-}
-
 // The reader checks every CRC itself, so an expansion without failure is exact.
 TEST(ZipReader, PeerArchivesExpandWithoutFault) {
     for (const char* name : {"SHRUNK.ZIP", "imploding-4Kdict-2trees.zip", "imploding-8Kdict-3trees.zip",
@@ -912,22 +900,6 @@ TEST(ZipReader, NamesOfPeerArchives) {
 }
 
 #endif
-
-TEST(ZipReader, PeerArchivesThatAreRefused) {
-    const std::string method = "unsupported compression method in zip reader";
-    const std::vector<std::pair<const char*, std::string>> cases = {
-        {"moby.zip", method},
-        {"lorem-ipsum-deflate64.zip", method},
-        {"bzip2-zip.zip", method},
-        {"zip2-aes_archive.zip", method},
-        {"password-encrypted.zip", "bad password in format::zip::EncryptionHeader::read()"},
-    };
-    for (const auto& [name, message] : cases) {
-        Scratch scratch;
-        Outcome outcome = expand(kData + name, scratch.out(), "not the password");
-        EXPECT_EQ(outcome.message, message) << name;
-    }
-}
 
 // ---------------------------------------------------------------------------
 // Damage: every truncation and many byte flips end in an exception or in

@@ -301,37 +301,6 @@ TEST(ZipReader, FiresTheEventsInTheirOrder) {
     reader.close();
 }
 
-TEST(ZipReader, LineEndsAndMacBinaryFollowTheOptions) {
-    Scratch scratch;
-    const std::string archive = scratch.archive(build({{"d/t.txt", "a\nb\r\nc\rd"}}).bytes);
-    auto run = [&](const fs::path& out, int text, int macBinary) {
-        tuckett5::Reader reader;
-        reader.outputFolder(out.string());
-        reader.textConversion(text);
-        reader.textLineEnding(3);
-        reader.macBinaryOutput(macBinary);
-        reader.open(archive);
-        reader.decode();
-        reader.close();
-    };
-    run(scratch.path() / "text", tuckett5::Reader::textAll, tuckett5::Reader::macBinaryNever);
-    EXPECT_EQ(readFile(scratch.path() / "text/d/t.txt"), "a\r\nb\r\nc\r\nd");
-    // Only items marked as text are converted with "text"; this one is not.
-    run(scratch.path() / "marked", tuckett5::Reader::textOnlyText, tuckett5::Reader::macBinaryNever);
-    EXPECT_EQ(readFile(scratch.path() / "marked/d/t.txt"), "a\nb\r\nc\rd");
-
-    // MacBinary II: the header names the file, its data fork follows padded
-    // to a block, and the text is left as it is.
-    run(scratch.path() / "bin", tuckett5::Reader::textAll, tuckett5::Reader::macBinaryAlways);
-    const std::string bin = readFile(scratch.path() / "bin/d/t.txt.bin");
-    ASSERT_EQ(bin.size(), 256u);
-    EXPECT_EQ(bin[1], 5);
-    EXPECT_EQ(bin.substr(2, 5), "t.txt");
-    EXPECT_EQ(bin.substr(83, 4), std::string("\0\0\0\x08", 4));  // data length
-    EXPECT_EQ(bin.substr(128, 8), "a\nb\r\nc\rd");
-    EXPECT_EQ(bin.substr(136), std::string(120, '\0'));
-}
-
 // A link is made where its target stays inside the output folder; one that
 // leaves it comes out as a file holding its target. Nothing is written
 // through a link, not even one that the same archive made.
@@ -775,7 +744,7 @@ TEST(ZipReaderMac, ForkAndFinderInformationLandOnTheirFileInEitherOrder) {
     }
 }
 
-TEST(ZipReaderMac, OptionsPlaceTheForkOrKeepTheRawEntries) {
+TEST(ZipReaderMac, MacBinaryHoldsTheForkAfterTheData) {
     Scratch scratch;
     const std::string archive = scratch.archive(build(macArchive(false)).bytes);
     // MacBinary: the header names type, creator and both lengths; the fork
@@ -792,22 +761,6 @@ TEST(ZipReaderMac, OptionsPlaceTheForkOrKeepTheRawEntries) {
     EXPECT_EQ(bin.substr(83, 8), std::string("\0\0\0\x0A\0\0\0\x19", 8));
     EXPECT_EQ(bin.substr(128, 10), "data fork\n");
     EXPECT_EQ(bin.substr(256, kFork.size()), kFork);
-
-    tuckett5::Reader raw;
-    raw.outputFolder((scratch.path() / "raw").string());
-    raw.keepAppleDoubleEntries(true);
-    raw.open(archive);
-    raw.scan();
-    EXPECT_EQ(raw.archiveInfo.fileCount, 6u);
-    raw.decode();
-    raw.close();
-    EXPECT_EQ(treeOf(scratch.path() / "raw"),
-              (std::map<std::string, std::string>{{"proj/", ""},
-                                                  {"proj/doc.txt", "data fork\n"},
-                                                  {"__MACOSX/", ""},
-                                                  {"__MACOSX/proj/", ""},
-                                                  {"__MACOSX/proj/._doc.txt", appleDouble(kFork)},
-                                                  {"__MACOSX/._proj", appleDouble("")}}));
 }
 
 // Metadata that cannot be read, or whose file is missing, comes out as the

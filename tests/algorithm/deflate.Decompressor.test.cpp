@@ -101,16 +101,6 @@ INSTANTIATE_TEST_SUITE_P(
                       Case{"exact32k", 32768, 6, Z_DEFAULT_STRATEGY}, Case{"exact64k", 65536, 9, Z_DEFAULT_STRATEGY}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST(Inflate, OneObjectServesStreamAfterStream) {
-    Decompressor d;
-    for (int level : {6, 0, 1, 9}) {
-        std::vector<char> data = sample(50000 + static_cast<size_t>(level), static_cast<unsigned>(level));
-        EXPECT_EQ(inflate(d, deflateRaw(data, level)), data) << level;
-        std::vector<char> fixed = sample(5000, 99);
-        EXPECT_EQ(inflate(d, deflateRaw(fixed, 6, Z_FIXED)), fixed);
-    }
-}
-
 TEST(Inflate, ShortPeriodsAndFarHistoryCopyExactly) {
     // Repeats of every period from 1 to 9, at every length, and matches that
     // reach back across the window's end into the history of the stream

@@ -29,7 +29,12 @@ namespace {
 
 const std::string kData = std::string(CRATEWERK_TEST_DATA) + "/legacy/";
 
-std::string readFile(const fs::path& path) { return test::Scratch::read(path.string()); }
+// Read through the path itself: on Windows a name outside the ANSI code page
+// has no narrow form to open by.
+std::string readFile(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
 
 struct Outcome {
     std::string kind;

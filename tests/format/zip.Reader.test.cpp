@@ -301,6 +301,27 @@ TEST(ZipReader, FiresTheEventsInTheirOrder) {
     reader.close();
 }
 
+// MacBinary II of a file without a fork: the header names the file, its data
+// fork follows padded to a block, and the text is left as it is.
+TEST(ZipReader, MacBinaryOfAPlainFileLeavesItsTextAlone) {
+    Scratch scratch;
+    tuckett5::Reader reader;
+    reader.outputFolder((scratch.path() / "bin").string());
+    reader.textConversion(tuckett5::Reader::textAll);
+    reader.textLineEnding(3);
+    reader.macBinaryOutput(tuckett5::Reader::macBinaryAlways);
+    reader.open(scratch.archive(build({{"d/t.txt", "a\nb\r\nc\rd"}}).bytes));
+    reader.decode();
+    reader.close();
+    const std::string bin = readFile(scratch.path() / "bin/d/t.txt.bin");
+    ASSERT_EQ(bin.size(), 256u);
+    EXPECT_EQ(bin[1], 5);
+    EXPECT_EQ(bin.substr(2, 5), "t.txt");
+    EXPECT_EQ(bin.substr(83, 4), std::string("\0\0\0\x08", 4));  // data length
+    EXPECT_EQ(bin.substr(128, 8), "a\nb\r\nc\rd");
+    EXPECT_EQ(bin.substr(136), std::string(120, '\0'));
+}
+
 // A link is made where its target stays inside the output folder; one that
 // leaves it comes out as a file holding its target. Nothing is written
 // through a link, not even one that the same archive made.

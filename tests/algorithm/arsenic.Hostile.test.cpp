@@ -16,6 +16,7 @@
 #include "algorithm/arsenic/arsenic.Decompressor.h"
 #include "stream/check/crc.CRC.h"
 #include "stream/stream.Vector.h"
+#include "support/damage.h"
 #include "support/failure.h"
 
 namespace {
@@ -323,13 +324,9 @@ TEST(ArsenicHostile, RandomByteFlips) {
     for (int i = 0; i < 1200; ++i) input.push_back(static_cast<char>("the quick brown fox "[random() % 20]));
     for (int bits : {9, 13}) {
         const Bytes packed = compress(input, bits);
-        for (int trial = 0; trial < (bits == 9 ? 1500 : 500); ++trial) {
-            Bytes damaged = packed;
-            int flips = 1 + static_cast<int>(random() % 3);
-            for (int f = 0; f < flips; ++f)
-                damaged[random() % damaged.size()] ^= static_cast<char>(1 + random() % 255);
+        for (int trial = 0; trial < test::damageRounds(bits == 9 ? 1500 : 500); ++trial) {
             try {
-                Bytes out = expand(damaged);
+                Bytes out = expand(test::flipped(packed, random, 3));
                 EXPECT_LE(out.size(), size_t(255) * 5 * (size_t(1) << 13) * 64);
             } catch (const un::exception&) {
             }

@@ -14,6 +14,7 @@
 #include "stream/stream.Array.h"
 #include "stream/stream.Vector.h"
 #include "support/failure.h"
+#include "support/damage.h"
 #include "support/streams.h"
 
 namespace {
@@ -99,16 +100,6 @@ INSTANTIATE_TEST_SUITE_P(
                       Case{"level6", 300000, 6, Z_DEFAULT_STRATEGY}, Case{"level9", 300000, 9, Z_DEFAULT_STRATEGY},
                       Case{"exact32k", 32768, 6, Z_DEFAULT_STRATEGY}, Case{"exact64k", 65536, 9, Z_DEFAULT_STRATEGY}),
     [](const auto& info) { return std::string(info.param.name); });
-
-TEST(Inflate, OneObjectServesStreamAfterStream) {
-    Decompressor d;
-    for (int level : {6, 0, 1, 9}) {
-        std::vector<char> data = sample(50000 + static_cast<size_t>(level), static_cast<unsigned>(level));
-        EXPECT_EQ(inflate(d, deflateRaw(data, level)), data) << level;
-        std::vector<char> fixed = sample(5000, 99);
-        EXPECT_EQ(inflate(d, deflateRaw(fixed, 6, Z_FIXED)), fixed);
-    }
-}
 
 TEST(Inflate, ShortPeriodsAndFarHistoryCopyExactly) {
     // Repeats of every period from 1 to 9, at every length, and matches that
@@ -396,10 +387,8 @@ TEST(InflateHostile, RandomFlipsEndInOutputOrException) {
     std::mt19937 rng(20261121);
     Decompressor d;
     int failures = 0;
-    for (int round = 0; round < 3000; ++round) {
-        std::vector<char> packed = streams[round % 3];
-        int flips = 1 + static_cast<int>(rng() % 4);
-        for (int f = 0; f < flips; ++f) packed[rng() % packed.size()] ^= static_cast<char>(1 + rng() % 255);
+    for (int round = 0; round < test::damageRounds(3000); ++round) {
+        const std::vector<char> packed = test::flipped(streams[round % 3], rng, 4);
         stream::ArrayInput in(packed.data(), static_cast<uint32_t>(packed.size()));
         test::BoundedOutput out;
         try {

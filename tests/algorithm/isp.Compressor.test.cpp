@@ -7,6 +7,7 @@
 #include "algorithm/isp/isp.Compressor.h"
 #include "algorithm/isp/isp.TextDetector.h"
 #include "isp.Support.h"
+#include "support/damage.h"
 #include "support/failure.h"
 #include "support/streams.h"
 
@@ -274,10 +275,8 @@ TEST(ISPHostile, ByteFlipsEndCleanly) {
     std::mt19937 rng(20261121);
     int failures = 0, completions = 0;
     for (const auto& original : samples()) {
-        for (int round = 0; round < 600; ++round) {
-            std::vector<char> packed = original;
-            const int flips = 1 + int(rng() % 3);
-            for (int f = 0; f < flips; ++f) packed[rng() % packed.size()] ^= char(1 + rng() % 255);
+        for (int round = 0; round < test::damageRounds(600); ++round) {
+            const std::vector<char> packed = test::flipped(original, rng, 3);
             stream::ArrayInput in(packed.data(), uint32_t(packed.size()));
             test::BoundedOutput out(~uint64_t(0));
             try {
@@ -291,7 +290,7 @@ TEST(ISPHostile, ByteFlipsEndCleanly) {
         }
     }
     EXPECT_GT(failures, 0);
-    EXPECT_EQ(failures + completions, 2400);
+    EXPECT_EQ(failures + completions, 4 * test::damageRounds(600));
 }
 
 } // namespace

@@ -16,6 +16,7 @@
 #include "stream/check/crc.CRC.h"
 #include "stream/stream.Array.h"
 #include "stream/stream.Vector.h"
+#include "support/bytes.h"
 #include "support/streams.h"
 
 namespace {
@@ -76,12 +77,6 @@ std::vector<Entry> expand(const std::vector<char>& archive) {
     return entries;
 }
 
-uint32_t crcOf(const std::vector<char>& data) {
-    algorithm::crc::EthernetCRC crc;
-    crc.update(data.data(), static_cast<uint32_t>(data.size()));
-    return ~crc.value();
-}
-
 struct Peer {
     const char* file;
     size_t entries;
@@ -95,7 +90,7 @@ TEST_P(LegacyPeers, ExpandToTheirStoredCrc) {
     ASSERT_FALSE(archive.empty());
     std::vector<Entry> entries = expand(archive);
     ASSERT_EQ(entries.size(), GetParam().entries);
-    for (const Entry& e : entries) EXPECT_EQ(crcOf(e.data), e.crc) << e.name;
+    for (const Entry& e : entries) EXPECT_EQ(test::crc32({e.data.data(), e.data.size()}), e.crc) << e.name;
     if (GetParam().sameAsFirstTxt) {
         EXPECT_EQ(entries[0].data, readFile(dataPath("zip2-first.txt")));
     }

@@ -18,6 +18,7 @@
 #include "stream/stream.Array.h"
 #include "support/events.h"
 #include "support/failure.h"
+#include "support/damage.h"
 #include "support/scratch.h"
 #include "support/streams.h"
 #include "support/tkt5.Builder.h"
@@ -523,11 +524,8 @@ TEST_F(Tkt5Damage, EveryTruncation) {
 TEST_F(Tkt5Damage, RandomByteFlips) {
     const std::string archive = small();
     std::mt19937 random(2026);
-    for (int run = 0; run < 2000; ++run) {
-        std::string damaged = archive;
-        const int flips = 1 + int(random() % 3);
-        for (int k = 0; k < flips; ++k) damaged[random() % damaged.size()] ^= char(1 + random() % 255);
-        survive(scratch, damaged, run);
+    for (int run = 0; run < test::damageRounds(2000); ++run) {
+        survive(scratch, test::flipped(archive, random, 3), run);
         if (run % 64 == 0) checkNothingOutside();
     }
     checkNothingOutside();

@@ -30,7 +30,7 @@ namespace {
 namespace fs = std::filesystem;
 namespace ex = tuckett5::exception;
 using test::Scratch;
-using Tree = std::map<std::string, std::string>;  // relative path, content ("/" for a folder)
+using Tree = std::map<std::string, std::string>;  // relative path, content; a folder ends in "/"
 using test::treeOf;
 
 std::string readFile(const std::string& path) { return Scratch::read(path); }
@@ -205,7 +205,7 @@ class Tkt5WriterMethods : public Tkt5Writer, public ::testing::WithParamInterfac
 
 TEST_P(Tkt5WriterMethods, RoundTripATreeExactly) {
     Tree tree = {
-        {"top", "/"},
+        {"top/", ""},
         {"top/empty", ""},
         {"top/one", "x"},
         {"top/two", "ab"},
@@ -213,19 +213,19 @@ TEST_P(Tkt5WriterMethods, RoundTripATreeExactly) {
         // Beyond ISP's memory threshold and over several Arsenic blocks.
         {"top/large.txt", pattern(2300000, 1, true)},
         {"top/noise", pattern(70001, 2, false)},
-        {"top/nothing", "/"},
-        {"top/a", "/"},
-        {"top/a/b", "/"},
-        {"top/a/b/c", "/"},
+        {"top/nothing/", ""},
+        {"top/a/", ""},
+        {"top/a/b/", ""},
+        {"top/a/b/c/", ""},
         {"top/a/b/c/deep.txt", pattern(5000, 3, true)},
-        {"top/a/b/after", "/"},
+        {"top/a/b/after/", ""},
     };
 #if !defined(_WIN32)
     // Names on Windows are in the ANSI code page, not UTF-8.
     tree["top/Gr\xC3\xBC\xC3\x9F" "e \xE2\x84\xA2.txt"] = "umlauts";
 #endif
     for (const auto& [path, content] : tree) {
-        if (content == "/")
+        if (path.back() == '/')
             fs::create_directories(in(path));
         else
             scratch.write("in/" + path, content);
@@ -466,7 +466,7 @@ TEST_F(Tkt5Writer, TheArchiveIsNeverStoredInItself) {
     writer.archiveInfo.path = in("inside.tkt");
     writer.create({in("")});
     expand(in("inside.tkt"));
-    EXPECT_EQ(treeOf(scratch.path("out")), (Tree{{"in", "/"}, {"in/a", "alpha"}}));
+    EXPECT_EQ(treeOf(scratch.path("out")), (Tree{{"in/", ""}, {"in/a", "alpha"}}));
 }
 
 TEST_F(Tkt5Writer, FilesThatChangeWhileTheyAreStored) {
@@ -514,7 +514,7 @@ TEST_F(Tkt5Writer, SymbolicLinksToFoldersAreNotFollowed) {
     fs::create_symlink("loop", in("loop"));
     Recording writer;
     expand(tuck({in("d")}, writer));
-    EXPECT_EQ(treeOf(scratch.path("out")), (Tree{{"d", "/"}, {"d/a", "alpha"}}));
+    EXPECT_EQ(treeOf(scratch.path("out")), (Tree{{"d/", ""}, {"d/a", "alpha"}}));
     fs::remove(scratch.path("archive.tkt"));
     Recording looped;
     EXPECT_EQ(test::failureOf([&] { tuck({in("loop")}, looped); }), "I/O: io::File::open() cannot open " + in("loop"));

@@ -17,6 +17,8 @@
 #include "format/arj/arj.FileHeader.h"
 #include "stream/check/crc.CRC.h"
 #include "stream/stream.Vector.h"
+#include "support/bytes.h"
+#include "support/damage.h"
 #include "support/scratch.h"
 
 namespace fs = std::filesystem;
@@ -27,14 +29,7 @@ const std::string kData = std::string(CRATEWERK_TEST_DATA);
 
 std::string readFile(const fs::path& path) { return test::Scratch::read(path.string()); }
 
-std::map<std::string, std::string> tree(const fs::path& root) {
-    std::map<std::string, std::string> files;
-    for (const auto& item : fs::recursive_directory_iterator(root)) {
-        const std::string relative = item.path().lexically_relative(root).generic_string();
-        files[relative + (item.is_directory() ? "/" : "")] = item.is_directory() ? "" : readFile(item.path());
-    }
-    return files;
-}
+using test::treeOf;
 
 class Scratch : public test::Scratch {
 public:
@@ -81,12 +76,6 @@ struct Item {
     std::function<void(format::arj::FileHeader&)> patch = nullptr;
 };
 
-uint32_t crcOf(const std::string& data) {
-    algorithm::crc::EthernetCRC crc;
-    crc.update(data.data(), static_cast<uint32_t>(data.size()));
-    return ~crc.value();
-}
-
 std::string build(const std::vector<Item>& items, uint8_t host = 2, uint8_t mainFlags = 0, bool end = true) {
     std::vector<char> bytes;
     stream::VectorOutput out(bytes);
@@ -108,7 +97,7 @@ std::string build(const std::vector<Item>& items, uint8_t host = 2, uint8_t main
         h.fileType = item.name.back() == '/' ? format::arj::FileHeader::folderType : 0;
         h.modified = 1223329852;
         h.compressedSize = h.originalSize = static_cast<uint32_t>(item.data.size());
-        h.fileCRC = crcOf(item.data);
+        h.fileCRC = test::crc32(item.data);
         h.accessMode = 0644;
         h.name = item.name;
         if (item.patch) item.patch(h);
@@ -129,7 +118,7 @@ TEST(ArjReader, ExpandsEachMethodAndRefusesAGarbledItemAlone) {
     EXPECT_EQ(methods.failures[0].name, "d/c.txt");
     EXPECT_EQ(methods.failures[0].message, "encrypted files not supported by arj reader");
     EXPECT_EQ(methods.failures[0].reason, "garbled (encrypted) ARJ items are not supported");
-    const auto files = tree(scratch.out());
+    const auto files = treeOf(scratch.out());
     ASSERT_EQ(files.size(), 3u);
     EXPECT_EQ(files.at("d/a.txt").size(), 3086u);
     EXPECT_EQ(files.at("d/b.txt").size(), 1800u);
@@ -161,7 +150,7 @@ TEST(ArjReader, NamesStayInsideTheOutputFolder) {
 #else
     const std::string unixBackslash = "b\\c.txt";
 #endif
-    EXPECT_EQ(tree(scratch.out()), (std::map<std::string, std::string>{{"a/", ""},
+    EXPECT_EQ(treeOf(scratch.out()), (std::map<std::string, std::string>{{"a/", ""},
                                                                        {"a/up2.txt", "3"},
                                                                        {"abs.txt", "2"},
                                                                        {unixBackslash, "4"},
@@ -200,7 +189,7 @@ TEST_P(ArjRefuses, WithTheExactText) {
         EXPECT_EQ(outcome.failures[0].message, c.itemMessage);
         EXPECT_EQ(outcome.failures[0].reason, c.reason.empty() ? c.itemMessage : c.reason);
         // The failed item leaves nothing; the good one is whole.
-        EXPECT_EQ(tree(scratch.out()), (std::map<std::string, std::string>{{"good", "good data"}}));
+        EXPECT_EQ(treeOf(scratch.out()), (std::map<std::string, std::string>{{"good", "good data"}}));
     }
 }
 
@@ -259,17 +248,8 @@ TEST(ArjReaderDamage, EveryTruncationAndRandomByteFlips) {
     for (size_t size = 0; size < samples[1].size(); ++size) expectContained(scratch, samples[1].substr(0, size));
     for (size_t size = 0; size < samples[0].size(); size += 5) expectContained(scratch, samples[0].substr(0, size));
     std::mt19937 random(20261124);
-#ifdef _WIN32
-    const int rounds = 300;  // files are slow to make under the emulator
-#else
-    const int rounds = 1500;
-#endif
-    for (int round = 0; round < rounds; ++round) {
-        std::string bytes = samples[round % 4 == 3 ? 1 : 0];
-        const int flips = 1 + static_cast<int>(random() % 3);
-        for (int i = 0; i < flips; ++i) bytes[random() % bytes.size()] ^= static_cast<char>(1 + random() % 255);
-        expectContained(scratch, bytes);
-    }
+    for (int round = 0; round < test::fileDamageRounds(1500); ++round)
+        expectContained(scratch, test::flipped(samples[round % 4 == 3 ? 1 : 0], random, 3));
 }
 
 }  // namespace

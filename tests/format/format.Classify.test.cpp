@@ -308,63 +308,42 @@ INSTANTIATE_TEST_SUITE_P(
         return name;
     });
 
-TEST(ClassifyPriority, ZipAtZeroBeatsRarLater) {
-    std::string block = zipLocal();
-    block += filler(100 - block.size(), 0) + "Rar!" + bytes({0x1A, 7, 0}) + filler(20, 0);
-    Result result = classify(block);
-    EXPECT_EQ(result.format, n::zip);
-    EXPECT_EQ(result.offset, 0u);
-}
-
-TEST(ClassifyPriority, HigherPriorityFarAwayBeatsLowerPriorityNear) {
-    std::string block = filler(100, 0) + zipLocal();
-    block += filler(5000 - block.size(), 0) + lhaHeader(1) + filler(50, 0);
-    Result result = classify(block);
-    EXPECT_EQ(result.format, n::lha);
-    EXPECT_EQ(result.offset, 5000u);
-    // Without the LHA header the Zip header is found where it stands.
-    Result zip = classify(block.substr(0, 4000));
-    EXPECT_EQ(zip.format, n::zip);
-    EXPECT_EQ(zip.offset, 100u);
-}
-
-TEST(ClassifyPriority, LowestOffsetWinsWithinOneFormat) {
-    std::string block = filler(10, '~') + zipLocal() + filler(30, '~') + zipLocal();
-    EXPECT_EQ(classify(block).offset, 10u);
-}
-
-TEST(ClassifyOffset, BinHexPreambleBehindAMailHeaderPointsAtTheColon) {
-    std::string head = "From: someone\r\n\r\n";
-    std::string preamble = "(This file must be converted with BinHex 4.0)\r\n";
-    Result result = classify(head + preamble + hqxLine() + filler(10, 'a'));
-    EXPECT_EQ(result.format, n::hqx);
-    EXPECT_EQ(result.offset, head.size() + preamble.size());
-}
-
-TEST(ClassifyOffset, Bzip2DigitIsReadAtByteThreeOfTheBlock) {
-    // The digit after "BZh" at the match is not looked at; byte 3 of the block is.
-    std::string behind = "BZhx1AY&SY" + filler(10, 0);
-    EXPECT_EQ(classify("abc5" + filler(46, '~') + behind).format, n::bz2);
-    EXPECT_EQ(classify("abc5" + filler(46, '~') + behind).offset, 50u);
-    EXPECT_EQ(classify("abcd" + filler(46, '~') + "BZh91AY&SY" + filler(10, 0)).format, 0);
-}
-
-TEST(ClassifyOffset, SelfExtractorPrefixBeforeZip) {
+// Several candidates in one block: the higher priority wins wherever it
+// stands, within one format the lowest offset, and a format found behind a
+// prefix is reported where it starts.
+TEST(ClassifyPriority, DecidesBetweenCandidates) {
+    const std::string zipBehindLha = filler(100, 0) + zipLocal() + filler(4900 - zipLocal().size(), 0);
+    const std::string preamble = "From: someone\r\n\r\n(This file must be converted with BinHex 4.0)\r\n";
     std::string stub =
         "MZ" + bytes({0x90, 0, 3, 0, 0, 0, 4, 0, 0, 0, 0xFF, 0xFF}) + "This program cannot be run in DOS mode.";
     stub += filler(3000 - stub.size(), 0);
-    Result result = classify(stub + zipLocal(true));
-    EXPECT_EQ(result.format, n::zip);
-    EXPECT_EQ(result.offset, 3000u);
-    EXPECT_TRUE(result.encryptedSet);
-    EXPECT_TRUE(result.encrypted);
-}
-
-TEST(ClassifyOffset, ArjInsideASelfExtractor) {
-    std::string block = "MZ" + filler(998, 0x11) + arjHeader() + filler(10, 0);
-    Result result = classify(block);
-    EXPECT_EQ(result.format, n::arj);
-    EXPECT_EQ(result.offset, 1000u);
+    // The digit after "BZh" at the match is not looked at; byte 3 of the block is.
+    const std::string bzip2 = "BZhx1AY&SY" + filler(10, 0);
+    const struct {
+        const char* name;
+        std::string block;
+        int format;
+        unsigned offset;
+    } cases[] = {
+        {"zip at zero beats rar later",
+         zipLocal() + filler(100 - zipLocal().size(), 0) + "Rar!" + bytes({0x1A, 7, 0}) + filler(20, 0), n::zip, 0},
+        {"lha far away beats zip near", zipBehindLha + lhaHeader(1) + filler(50, 0), n::lha, 5000},
+        {"zip alone", zipBehindLha.substr(0, 4000), n::zip, 100},
+        {"lowest zip", filler(10, '~') + zipLocal() + filler(30, '~') + zipLocal(), n::zip, 10},
+        {"binhex at its colon", preamble + hqxLine() + filler(10, 'a'), n::hqx, unsigned(preamble.size())},
+        {"bzip2 digit at byte 3", "abc5" + filler(46, '~') + bzip2, n::bz2, 50},
+        {"bzip2 without digit at byte 3", "abcd" + filler(46, '~') + "BZh91AY&SY" + filler(10, 0), 0, 0},
+        {"zip behind a self-extractor", stub + zipLocal(true), n::zip, 3000},
+        {"arj behind a self-extractor", "MZ" + filler(998, 0x11) + arjHeader() + filler(10, 0), n::arj, 1000},
+    };
+    for (const auto& c : cases) {
+        const Result result = classify(c.block);
+        EXPECT_EQ(result.format, c.format) << c.name << ": " << format::name(result.format);
+        if (c.format != 0) {
+            EXPECT_EQ(result.offset, c.offset) << c.name;
+        }
+    }
+    EXPECT_TRUE(classify(stub + zipLocal(true)).encrypted);
 }
 
 TEST(ClassifyResult, SegmentsAndEncryptionAreReported) {

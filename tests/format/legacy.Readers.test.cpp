@@ -19,6 +19,8 @@
 #include "engine/t5.Reader.h"
 #include "stream/check/crc.CRC.h"
 #include "support/arc.h"
+#include "support/bytes.h"
+#include "support/damage.h"
 #include "support/scratch.h"
 
 namespace fs = std::filesystem;
@@ -27,21 +29,11 @@ namespace {
 
 const std::string kData = std::string(CRATEWERK_TEST_DATA) + "/legacy/";
 
+// Read through the path itself: on Windows a name outside the ANSI code page
+// has no narrow form to open by.
 std::string readFile(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-uint32_t crc32Of(const std::string& data) {
-    algorithm::crc::EthernetCRC crc;
-    crc.update(data.data(), static_cast<uint32_t>(data.size()));
-    return ~crc.value();
-}
-
-uint16_t crc16Of(const std::string& data) {
-    algorithm::crc::BisyncCRC crc;
-    crc.update(data.data(), static_cast<uint32_t>(data.size()));
-    return crc.value();
 }
 
 struct Outcome {
@@ -94,7 +86,7 @@ std::map<std::string, std::string> tree(const fs::path& root) {
         } else if (item.is_regular_file()) {
             const std::string bytes = readFile(item.path());
             char crc[16];
-            std::snprintf(crc, sizeof crc, "%08x", crc32Of(bytes));
+            std::snprintf(crc, sizeof crc, "%08x", test::crc32(bytes));
             items[name] = std::to_string(bytes.size()) + " " + crc;
         }
     }
@@ -203,7 +195,7 @@ std::string lhaEntry(const std::string& name, const std::string& data) {
     h += '\0';
     h += static_cast<char>(name.size());
     h += name;
-    le(crc16Of(data), 2);
+    le(test::crc16(data), 2);
     unsigned char sum = 0;
     for (char c : h) sum = static_cast<unsigned char>(sum + static_cast<unsigned char>(c));
     return std::string(1, static_cast<char>(h.size())) + static_cast<char>(sum) + h + data;
@@ -213,7 +205,7 @@ std::string lhaEntry(const std::string& name, const std::string& data) {
 // header checked by the low half of its CRC-32.
 std::string rarArchive(const std::vector<std::pair<std::string, std::string>>& files) {
     auto header = [](const std::string& body) {
-        const uint32_t crc = crc32Of(body);
+        const uint32_t crc = test::crc32(body);
         return std::string{static_cast<char>(crc), static_cast<char>(crc >> 8)} + body;
     };
     auto le = [](std::string& b, uint64_t v, int n) {
@@ -232,7 +224,7 @@ std::string rarArchive(const std::vector<std::pair<std::string, std::string>>& f
         le(file, static_cast<uint32_t>(data.size()), 4);
         le(file, static_cast<uint32_t>(data.size()), 4);
         file += '\x03';  // Unix
-        le(file, crc32Of(data), 4);
+        le(file, test::crc32(data), 4);
         le(file, 0x5A216000, 4);
         file += '\x14';
         file += '\x30';  // stored
@@ -312,17 +304,8 @@ TEST(LegacyReadersDamage, RandomByteFlips) {
     std::vector<std::string> samples;
     for (const char* name : kSmall) samples.push_back(readFile(kData + name));
     for (const char* name : {"bla.lha", "crunched.arc"}) samples.push_back(readFile(kData + name));
-#ifdef _WIN32
-    const int rounds = 300;  // files are slow to make under the emulator
-#else
-    const int rounds = 3000;
-#endif
-    for (int round = 0; round < rounds; ++round) {
-        std::string bytes = samples[round % samples.size()];
-        const int flips = 1 + static_cast<int>(random() % 4);
-        for (int i = 0; i < flips; ++i) bytes[random() % bytes.size()] ^= static_cast<char>(1 + random() % 255);
-        expectContained(scratch, bytes);
-    }
+    for (int round = 0; round < test::fileDamageRounds(3000); ++round)
+        expectContained(scratch, test::flipped(samples[round % samples.size()], random, 4));
 }
 
 }  // namespace

@@ -22,14 +22,7 @@ using test::Scratch;
 
 const std::string dataFolder = std::string(CRATEWERK_TEST_DATA) + "/text/";
 
-// Every file below `root` with its bytes, by its path from there.
-std::map<std::string, std::string> tree(const std::string& root) {
-    std::map<std::string, std::string> items;
-    for (const auto& item : fs::recursive_directory_iterator(root))
-        if (item.is_regular_file())
-            items[fs::relative(item.path(), root).generic_string()] = Scratch::read(item.path().string());
-    return items;
-}
+std::map<std::string, std::string> tree(const std::string& root) { return test::treeOf(root, 0); }
 
 // Expands `archive` into the empty folder `out`: "" on success, else the
 // failure's text.

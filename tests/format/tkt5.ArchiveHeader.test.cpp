@@ -166,25 +166,24 @@ TEST(Tkt5ArchiveHeader, RoundTrip) {
     EXPECT_EQ(written(back), written(plain));
 }
 
-TEST(Tkt5ArchiveHeader, Comment2WithoutCommentIsLost) {
+// A second comment without a first is lost, an empty comment counts as none,
+// and an empty list of open folders sets its flag but writes no count.
+TEST(Tkt5ArchiveHeader, EmptyPartsAreNotWritten) {
     ArchiveHeader header;
     header.comment2("orphan");
     EXPECT_EQ(header.size(), 100u);
     std::vector<char> bytes = written(header);
     ASSERT_EQ(bytes.size(), 100u);
     EXPECT_EQ(bytes[83], 0);
-
     header.comment("");
-    EXPECT_EQ(written(header).size(), 100u);  // an empty comment counts as none
-}
+    EXPECT_EQ(written(header).size(), 100u);
 
-TEST(Tkt5ArchiveHeader, EmptyOpenFolderListSetsTheFlagWithoutCount) {
-    ArchiveHeader header;
-    header.openFolders({});
-    std::vector<char> bytes = written(header);
+    ArchiveHeader folders;
+    folders.openFolders({});
+    bytes = written(folders);
     ASSERT_EQ(bytes.size(), 100u);
     EXPECT_EQ(uint8_t(bytes[83]), 0x40);
-    EXPECT_EQ(header.size(), 100u);
+    EXPECT_EQ(folders.size(), 100u);
 }
 
 // The count of open folders is taken only as far as their bytes go: a short

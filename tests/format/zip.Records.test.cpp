@@ -61,40 +61,6 @@ std::string messageOf(const std::function<void()>& run) {
     return "";
 }
 
-TEST(ZipRecords, LocalHeaderRoundTrip) {
-    LocalHeader h;
-    h.versionNeeded(20);
-    h.flags(8);
-    h.method(8);
-    h.time(0x6B21);
-    h.date(0x5A75);
-    h.crc(0xDEADBEEF);
-    h.compressedSize(1234);
-    h.uncompressedSize(5678);
-    h.name("folder/file.txt");
-    h.extra(std::string("UT\x05\0\x01\x02\x03\x04\x05", 9));
-    std::vector<char> bytes = bytesOf(h);
-    ASSERT_EQ(bytes.size(), h.size());
-    EXPECT_EQ(bytes.size(), 30u + 15 + 9);
-    EXPECT_EQ(std::string(bytes.data(), 4), "PK\3\4");
-    EXPECT_EQ(static_cast<unsigned char>(bytes[14]), 0xEF); // CRC, least significant byte first
-
-    LocalHeader r;
-    stream::VectorInput in(bytes);
-    r.read(in, true);
-    EXPECT_TRUE(r.valid());
-    EXPECT_EQ(r.crc(), 0xDEADBEEFu);
-    EXPECT_EQ(r.compressedSize(), 1234u);
-    EXPECT_EQ(r.uncompressedSize(), 5678u);
-    EXPECT_EQ(r.time(), 0x6B21);
-    EXPECT_EQ(r.date(), 0x5A75);
-    EXPECT_EQ(r.name(), h.name());
-    EXPECT_EQ(r.extra(), h.extra());
-    EXPECT_FALSE(r.folder());
-    r.name("folder/");
-    EXPECT_TRUE(r.folder());
-}
-
 TEST(ZipRecords, LocalHeaderValidity) {
     struct Row {
         uint16_t method;
@@ -108,80 +74,6 @@ TEST(ZipRecords, LocalHeaderValidity) {
         h.versionNeeded(row.version);
         EXPECT_EQ(h.valid(), row.valid) << row.method << " " << row.version;
     }
-}
-
-TEST(ZipRecords, CentralHeaderRoundTripAndLocal) {
-    CentralHeader h;
-    h.versionMadeBy(0x031E);
-    h.versionNeeded(20);
-    h.flags(1);
-    h.method(8);
-    h.time(1);
-    h.date(2);
-    h.crc(3);
-    h.compressedSize(4);
-    h.uncompressedSize(5);
-    h.name("a/b");
-    h.extra("xy");
-    h.comment("note");
-    h.diskStart(0);
-    h.internalAttributes(1);
-    h.externalAttributes(0x81A40000);
-    h.localHeaderOffset(777);
-    std::vector<char> bytes = bytesOf(h);
-    ASSERT_EQ(bytes.size(), 46u + 3 + 2 + 4);
-    CentralHeader r;
-    stream::VectorInput in(bytes);
-    r.read(in, true);
-    EXPECT_TRUE(r.valid());
-    EXPECT_EQ(bytesOf(r), bytes);
-    EXPECT_EQ(r.externalAttributes(), 0x81A40000u);
-    EXPECT_EQ(r.localHeaderOffset(), 777u);
-    EXPECT_EQ(r.comment(), "note");
-
-    // The local header carries the shared fields, the name and the extra field.
-    std::vector<char> local;
-    stream::VectorOutput out(local);
-    h.writeLocal(out);
-    LocalHeader l;
-    stream::VectorInput localIn(local);
-    l.read(localIn, true);
-    EXPECT_EQ(local.size(), l.size());
-    EXPECT_EQ(l.versionNeeded(), 20);
-    EXPECT_EQ(l.flags(), 1);
-    EXPECT_EQ(l.crc(), 3u);
-    EXPECT_EQ(l.compressedSize(), 4u);
-    EXPECT_EQ(l.uncompressedSize(), 5u);
-    EXPECT_EQ(l.name(), "a/b");
-    EXPECT_EQ(l.extra(), "xy");
-}
-
-TEST(ZipRecords, EndAndExtendedRoundTrip) {
-    EndHeader e;
-    e.entries(3);
-    e.entriesOnDisk(3);
-    e.directorySize(200);
-    e.directoryOffset(1000);
-    e.comment("archive comment");
-    std::vector<char> bytes = bytesOf(e);
-    ASSERT_EQ(bytes.size(), 22u + 15);
-    EndHeader r;
-    stream::VectorInput in(bytes);
-    r.read(in, true);
-    EXPECT_EQ(bytesOf(r), bytes);
-
-    ExtendedHeader x;
-    x.crc(0x12345678);
-    x.compressedSize(9);
-    x.uncompressedSize(10);
-    std::vector<char> xb = bytesOf(x);
-    ASSERT_EQ(xb.size(), 16u);
-    EXPECT_EQ(std::string(xb.data(), 4), "PK\7\x08");
-    ExtendedHeader xr;
-    stream::VectorInput xin(xb);
-    xr.read(xin, true);
-    EXPECT_EQ(xr.crc(), 0x12345678u);
-    EXPECT_EQ(xr.uncompressedSize(), 10u);
 }
 
 TEST(ZipRecords, MessagesWordForWord) {

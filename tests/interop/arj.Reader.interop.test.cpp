@@ -18,34 +18,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using interop::have;
-using interop::quote;
-using interop::Ran;
-using interop::readFile;
-using interop::run;
-using interop::writeFile;
+using namespace interop;
 
 const std::string kTool = quote(CRATEWERK_PROGRAM);
 const std::string kXml = "<?xml version=\"1.0\"?>\n<empty/>";
 
-// Every item below `root`: files with their bytes and mode, folders with
-// "/", links with their target.
-std::map<std::string, std::string> tree(const fs::path& root) {
-    std::map<std::string, std::string> items;
-    for (const auto& item : fs::recursive_directory_iterator(root)) {
-        const std::string relative = item.path().lexically_relative(root).generic_string();
-        struct stat info {};
-        lstat(item.path().c_str(), &info);
-        if (item.is_symlink())
-            items[relative] = "-> " + fs::read_symlink(item.path()).string();
-        else if (item.is_directory())
-            items[relative + "/"] = "";
-        else
-            items[relative] =
-                std::to_string(info.st_mode & 0777) + " " + std::to_string(info.st_mtime) + " " + readFile(item.path());
-    }
-    return items;
-}
+std::map<std::string, std::string> tree(const fs::path& root) { return test::treeOf(root, test::kFolders | test::kLinks | test::kModes); }
 
 // Text that compresses in long and short matches, a megabyte of noise that
 // does not compress, an empty file and folder, a read-only file, a link.

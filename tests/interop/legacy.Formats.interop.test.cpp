@@ -19,29 +19,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using interop::have;
-using interop::quote;
-using interop::Ran;
-using interop::readFile;
-using interop::run;
-using interop::writeFile;
+using namespace interop;
 
 const std::string kTool = quote(CRATEWERK_PROGRAM);
 const std::string kData = std::string(CRATEWERK_SOURCE_DIR) + "/tests/data/legacy/";
 
-// Every item below `root`: files with their bytes, links with their target.
-std::map<std::string, std::string> tree(const fs::path& root) {
-    std::map<std::string, std::string> items;
-    if (!fs::exists(root)) return items;
-    for (const auto& item : fs::recursive_directory_iterator(root)) {
-        const std::string relative = item.path().lexically_relative(root).generic_string();
-        if (item.is_symlink())
-            items[relative] = "-> " + fs::read_symlink(item.path()).string();
-        else if (item.is_regular_file())
-            items[relative] = readFile(item.path());
-    }
-    return items;
-}
+std::map<std::string, std::string> tree(const fs::path& root) { return test::treeOf(root, test::kLinks); }
 
 // Text, noise, runs (the marker byte 0x90 among them) and a byte pattern
 // that squeezes better than it crunches: every method of arc gets a turn.

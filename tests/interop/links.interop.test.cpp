@@ -16,12 +16,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using interop::have;
-using interop::quote;
-using interop::Ran;
-using interop::readFile;
-using interop::run;
-using interop::writeFile;
+using namespace interop;
 
 const std::string kTool = quote(CRATEWERK_PROGRAM);
 

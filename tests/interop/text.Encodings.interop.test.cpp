@@ -17,21 +17,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using interop::have;
-using interop::quote;
-using interop::Ran;
-using interop::readFile;
-using interop::run;
-using interop::writeFile;
+using namespace interop;
 
 const std::string kTool = quote(CRATEWERK_PROGRAM);
 
-std::map<std::string, std::string> tree(const fs::path& root) {
-    std::map<std::string, std::string> items;
-    for (const auto& item : fs::recursive_directory_iterator(root))
-        if (item.is_regular_file()) items[fs::relative(item.path(), root).generic_string()] = readFile(item.path());
-    return items;
-}
+std::map<std::string, std::string> tree(const fs::path& root) { return test::treeOf(root, 0); }
 
 // Names with the size and a hash of the bytes, which a failure can print.
 std::map<std::string, std::string> summary(const std::map<std::string, std::string>& files) {

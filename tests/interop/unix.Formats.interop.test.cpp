@@ -23,29 +23,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using interop::have;
-using interop::quote;
-using interop::readFile;
-using interop::Ran;
-using interop::run;
-using interop::writeFile;
+using namespace interop;
 
-// Every item below `root`: files with their bytes, folders with "/", links
-// with their target.
-std::map<std::string, std::string> tree(const fs::path& root) {
-    std::map<std::string, std::string> items;
-    if (!fs::exists(root)) return items;
-    for (const auto& item : fs::recursive_directory_iterator(root)) {
-        const std::string relative = fs::relative(item.path(), root).generic_string();
-        if (item.is_symlink())
-            items[relative] = "-> " + fs::read_symlink(item.path()).string();
-        else if (item.is_directory())
-            items[relative + "/"] = "";
-        else
-            items[relative] = readFile(item.path());
-    }
-    return items;
-}
+std::map<std::string, std::string> tree(const fs::path& root) { return test::treeOf(root, test::kFolders | test::kLinks); }
 
 const std::string kTool = quote(CRATEWERK_PROGRAM);
 

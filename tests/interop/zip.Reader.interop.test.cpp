@@ -26,26 +26,9 @@ namespace {
 
 const std::string kData = std::string(CRATEWERK_TEST_DATA) + "/zip/";
 
-using interop::have;
-using interop::quote;
-using interop::readFile;
-using interop::Ran;
-using interop::run;
-using interop::writeFile;
+using namespace interop;
 
-// Every file and folder below `root`: files with their bytes, folders with "/".
-std::map<std::string, std::string> tree(const fs::path& root) {
-    std::map<std::string, std::string> items;
-    if (!fs::exists(root)) return items;
-    for (const auto& item : fs::recursive_directory_iterator(root)) {
-        const std::string relative = fs::relative(item.path(), root).generic_string();
-        if (item.is_directory())
-            items[relative + "/"] = "";
-        else
-            items[relative] = readFile(item.path());
-    }
-    return items;
-}
+using test::treeOf;
 
 using Scratch = test::Scratch;
 
@@ -105,7 +88,7 @@ TEST_P(MadeByPeers, ExpandLikeUnzip) {
 
     const std::string password = c.password.empty() ? "" : " -P " + quote(c.password);
     run("unzip -q -o" + password + " a.zip -d reference", scratch.path());
-    const auto expected = tree(scratch.path() / "reference");
+    const auto expected = treeOf(scratch.path() / "reference");
     ASSERT_FALSE(expected.empty());
 
     fs::create_directories(scratch.path() / "tool");
@@ -113,7 +96,7 @@ TEST_P(MadeByPeers, ExpandLikeUnzip) {
                        " a.zip tool",
                    scratch.path());
     EXPECT_EQ(tool.status, 0) << tool.err;
-    EXPECT_EQ(tree(scratch.path() / "tool"), expected) << "cratewerk";
+    EXPECT_EQ(treeOf(scratch.path() / "tool"), expected) << "cratewerk";
     // Dates as unzip sets them, give or take the two-second step of DOS times.
     for (const auto& [name, bytes] : expected) {
         if (name.back() == '/') continue;
@@ -129,7 +112,7 @@ TEST_P(MadeByPeers, ExpandLikeUnzip) {
                      scratch.path());
     EXPECT_EQ(plugin.status, 0) << plugin.out << plugin.err;
     EXPECT_EQ(plugin.out.find("|"), std::string::npos) << plugin.out;
-    EXPECT_EQ(tree(host), expected) << "plug-in";
+    EXPECT_EQ(treeOf(host), expected) << "plug-in";
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -331,13 +314,13 @@ TEST(LegacyPeers, ExpandToTheirKnownContents) {
         fs::copy_file(kData + name, scratch.path() / "a.zip");
         Ran tool = run(quote(CRATEWERK_PROGRAM) + " expand -q a.zip tool", scratch.path());
         EXPECT_EQ(tool.status, 0) << name << tool.err;
-        const auto got = tree(scratch.path() / "tool");
+        const auto got = treeOf(scratch.path() / "tool");
         if (std::string(name).rfind("zip2-", 0) == 0) {
             ASSERT_EQ(got.size(), 1u) << name;
             EXPECT_EQ(got.begin()->second, first) << name;
         } else {
             run("unzip -q -o a.zip -d reference", scratch.path());
-            EXPECT_EQ(got, tree(scratch.path() / "reference")) << name;
+            EXPECT_EQ(got, treeOf(scratch.path() / "reference")) << name;
         }
     }
 }
@@ -383,7 +366,7 @@ TEST(MacMadeZip, ForksLandThroughBothFrontEnds) {
     run("unzip -q a.zip -d reference", scratch.path());
     Ran raw = run(quote(CRATEWERK_PROGRAM) + " expand -q --keep-macosx a.zip raw", scratch.path());
     EXPECT_EQ(raw.status, 0) << raw.err;
-    EXPECT_EQ(tree(scratch.path() / "raw"), tree(scratch.path() / "reference"));
+    EXPECT_EQ(treeOf(scratch.path() / "raw"), treeOf(scratch.path() / "reference"));
 
     Ran tool = run(quote(CRATEWERK_PROGRAM) + " expand -q a.zip tool", scratch.path());
     EXPECT_EQ(tool.status, 0) << tool.err;
@@ -397,7 +380,7 @@ TEST(MacMadeZip, ForksLandThroughBothFrontEnds) {
     for (const fs::path& out : {scratch.path() / "tool", host}) {
         // Here the fork and the Finder information go into the AppleDouble
         // file beside the data, where macOS, Samba and netatalk find them.
-        const auto items = tree(out);
+        const auto items = treeOf(out);
         EXPECT_EQ(items.count("__MACOSX/"), 0u) << out;
         EXPECT_EQ(items.at("proj/doc.txt"), "the data fork\n");
         EXPECT_EQ(items.at("proj/plain.txt"), "no fork\n");

@@ -31,12 +31,7 @@ inline void writeFile(const std::string& path, const std::string& bytes) {
     out << bytes;
 }
 
-inline std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+inline std::string readFile(const std::string& path) { return test::Scratch::read(path); }
 
 inline std::vector<std::string> readLines(const std::string& path) {
     std::vector<std::string> lines;

@@ -9,6 +9,10 @@
 
 #include "support/files.h"
 
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
+
 namespace test {
 
 // A fresh folder below the system's temporary folder, removed with everything
@@ -67,13 +71,34 @@ private:
     std::filesystem::path path_;
 };
 
-// Every item below `root`, by its path relative to it written with "/": a
-// file with its bytes, a folder with "/".
-inline std::map<std::string, std::string> treeOf(const std::string& root) {
+// What treeOf() shows besides each file and its bytes.
+enum TreeShows : int { kFolders = 1, kLinks = 2, kModes = 4 };
+
+// Every item below `root` by its path relative to it, written with "/": a
+// file with its bytes; with kFolders a folder, as its name and "/", with
+// nothing; with kLinks a link, not followed, as "-> " and its target; with
+// kModes (POSIX) a file's permission bits and modification time before its
+// bytes. Nothing where `root` is missing.
+inline std::map<std::string, std::string> treeOf(const std::filesystem::path& root, int shows = kFolders) {
+    namespace fs = std::filesystem;
     std::map<std::string, std::string> tree;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(root))
-        tree[std::filesystem::relative(entry.path(), root).generic_string()] =
-            entry.is_directory() ? "/" : Scratch::read(entry.path().string());
+    if (!fs::exists(root)) return tree;
+    for (const auto& item : fs::recursive_directory_iterator(root)) {
+        const std::string relative = item.path().lexically_relative(root).generic_string();
+        if ((shows & kLinks) && item.is_symlink()) {
+            tree[relative] = "-> " + fs::read_symlink(item.path()).string();
+        } else if (item.is_directory()) {
+            if (shows & kFolders) tree[relative + "/"] = "";
+        } else if (item.is_regular_file()) {
+            std::string& bytes = tree[relative];
+#ifndef _WIN32
+            struct stat info {};
+            if ((shows & kModes) && lstat(item.path().c_str(), &info) == 0)
+                bytes = std::to_string(info.st_mode & 0777) + " " + std::to_string(info.st_mtime) + " ";
+#endif
+            bytes += Scratch::read(item.path().string());
+        }
+    }
     return tree;
 }
 

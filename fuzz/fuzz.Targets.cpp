@@ -1,8 +1,11 @@
 #include "fuzz/fuzz.Targets.h"
 
+#include <cstdio>
 #include <cstdlib>
+#ifndef _WIN32
+#include <dirent.h>
+#endif
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <random>
@@ -205,33 +208,83 @@ int arjmethods(const uint8_t* data, size_t size) {
     return 0;
 }
 
+// The names in one folder, without "." and "..". On POSIX systems the folder
+// stays open for the life of the process and each look reads it again from
+// its start (rewinddir sees the folder as it is now): opening it anew on
+// every run cost more than the rest of a run's checks.
+class Listing {
+public:
+    explicit Listing(std::string folder) : folder_(std::move(folder)) { open(); }
+    ~Listing() { close(); }
+    Listing(const Listing&) = delete;
+    Listing& operator=(const Listing&) = delete;
+
+    std::vector<std::string> names() {
+        std::vector<std::string> all;
+#ifdef _WIN32
+        for (const auto& entry : fs::directory_iterator(folder_)) all.push_back(entry.path().filename().string());
+#else
+        if (dir_ == nullptr) throw Finding("the folder " + folder_ + " cannot be read");
+        rewinddir(dir_);
+        while (const dirent* entry = readdir(dir_)) {
+            const std::string name = entry->d_name;
+            if (name != "." && name != "..") all.push_back(name);
+        }
+#endif
+        return all;
+    }
+    // After the folder was removed and made again.
+    void reopen() {
+        close();
+        open();
+    }
+
+private:
+#ifdef _WIN32
+    void open() {}
+    void close() {}
+#else
+    void open() { dir_ = opendir(folder_.c_str()); }
+    void close() {
+        if (dir_ != nullptr) closedir(dir_);
+        dir_ = nullptr;
+    }
+    DIR* dir_ = nullptr;
+#endif
+    std::string folder_;
+};
+
 // The folder of a reader target's runs: the archive and the output folder
 // side by side. It is made once per process (in memory where /dev/shm is)
 // and only emptied after each run: a tree made and removed per run cost
 // several system calls and a random device for runs that take a millisecond.
 class Scratch {
 public:
-    Scratch() : root_(shared()) {}
-    ~Scratch() { empty(out()); }
+    Scratch() : folder_(shared()) {}
+    ~Scratch() { empty(); }
     Scratch(const Scratch&) = delete;
     Scratch& operator=(const Scratch&) = delete;
 
-    std::string archive(const uint8_t* data, size_t size) const {
-        std::ofstream(root_ / "archive", std::ios::binary | std::ios::trunc)
-            .write(reinterpret_cast<const char*>(data), std::streamsize(size));
-        return (root_ / "archive").string();
+    // Written unbuffered, in one call: a file stream's buffer and locale cost
+    // more than the write.
+    const std::string& archive(const uint8_t* data, size_t size) const {
+        std::FILE* file = std::fopen(folder_.archive.c_str(), "wb");
+        if (file == nullptr) throw Finding("the archive " + folder_.archive + " cannot be written");
+        std::setvbuf(file, nullptr, _IONBF, 0);
+        const size_t written = size == 0 ? 0 : std::fwrite(data, 1, size, file);
+        const bool closed = std::fclose(file) == 0;
+        if (written != size || !closed) throw Finding("the archive " + folder_.archive + " cannot be written");
+        return folder_.archive;
     }
-    std::string out() const { return (root_ / "out").string(); }
+    const std::string& out() const { return folder_.out; }
 
     // Nothing but the archive and the output folder may be beside each other,
     // and no temporary file may outlive its reader.
     void checkNothingOutside() const {
         std::vector<fs::path> strays;
-        for (const auto& entry : fs::directory_iterator(root_)) {
-            const std::string name = entry.path().filename().string();
-            if (name != "archive" && name != "out" && name != "temp") strays.push_back(entry.path());
-        }
-        for (const auto& entry : fs::directory_iterator(root_ / "temp")) strays.push_back(entry.path());
+        for (const std::string& name : folder_.rootListing.names())
+            if (name != "archive" && name != "out" && name != "temp") strays.push_back(folder_.path / name);
+        for (const std::string& name : folder_.tempListing.names()) strays.push_back(folder_.path / "temp" / name);
         if (strays.empty()) return;
         // Removed first, so that the runs after this finding start clean.
         std::error_code ignored;
@@ -240,41 +293,64 @@ public:
     }
 
 private:
-    // Removes what a run left in the output folder; an empty one, the usual
-    // case, costs one look.
-    static void empty(const std::string& folder) {
-        std::error_code ignored;
-        if (fs::is_empty(folder, ignored) && !ignored) return;
-        test::removeTree(folder);
-        fs::create_directories(folder, ignored);
-    }
-
     // One folder per process, removed when the process ends normally. Its
     // folder "temp" takes the readers' temporary files (a stream's expansion,
     // a MIME part), which would otherwise go to the working folder on disk;
     // each run must leave it empty.
-    static const fs::path& shared() {
-        struct Folder {
-            Folder() {
-                const fs::path base = fs::exists("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path();
-                path = base / ("cratewerk-fuzz-" + std::to_string(std::random_device()()));
-                fs::create_directories(path / "out");
-                fs::create_directories(path / "temp");
-                const std::string temp = (path / "temp").string();
+    struct Folder {
+        Folder()
+            : path(made()),
+              archive((path / "archive").string()),
+              out((path / "out").string()),
+              rootListing(path.string()),
+              tempListing((path / "temp").string()),
+              outListing(out) {
+            const std::string temp = (path / "temp").string();
 #ifdef _WIN32
-                _putenv_s("TEMP", temp.c_str());
+            _putenv_s("TEMP", temp.c_str());
 #else
-                setenv("TEMP", temp.c_str(), 1);
+            setenv("TEMP", temp.c_str(), 1);
 #endif
-            }
-            ~Folder() { test::removeTree(path.string()); }
-            fs::path path;
-        };
-        static const Folder folder;
-        return folder.path;
+        }
+        ~Folder() { test::removeTree(path.string()); }
+
+        static fs::path made() {
+            const fs::path base = fs::exists("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path();
+            const fs::path path = base / ("cratewerk-fuzz-" + std::to_string(std::random_device()()));
+            fs::create_directories(path / "out");
+            fs::create_directories(path / "temp");
+            return path;
+        }
+
+        const fs::path path;
+        const std::string archive, out;
+        Listing rootListing, tempListing, outListing;
+    };
+
+    static Folder& shared() {
+        static Folder folder;
+        return folder;
     }
 
-    fs::path root_;
+    // Removes what a run left in the output folder; an empty one, the usual
+    // case, costs one look. A file or a link goes in one call, a folder (which
+    // a run may have left without permissions) through removeTree; should
+    // anything stay, the whole folder is removed and made again.
+    void empty() const {
+        const std::vector<std::string> left = folder_.outListing.names();
+        if (left.empty()) return;
+        for (const std::string& name : left) {
+            const std::string path = (fs::path(folder_.out) / name).string();
+            if (std::remove(path.c_str()) != 0) test::removeTree(path);
+        }
+        if (folder_.outListing.names().empty()) return;
+        std::error_code ignored;
+        test::removeTree(folder_.out);
+        fs::create_directories(folder_.out, ignored);
+        folder_.outListing.reopen();
+    }
+
+    Folder& folder_;
 };
 
 // The public reader, with a listener that ends a run which writes more than

@@ -147,7 +147,12 @@ private:
         return ok;
     }
     // The next byte when the read-ahead is empty, or -1 at the end.
+    // An input that has ended is not asked again: a file or a block of
+    // memory stays ended, and a decoder that runs on into the zero padding
+    // would otherwise cost a read of the input (a system call, for a file)
+    // for every byte of it.
     int fetch() {
+        if (ended_) return -1;
         if (buffer_ == nullptr) return in_->read();
         const uint32_t got = in_->read(reinterpret_cast<char*>(buffer_), size_);
         if (got == 0) return -1;

@@ -26,6 +26,7 @@ int MultiClassifier::classify(stream::Input& input, unsigned size, tuckett5::Rea
     // of them before they go.
     auto classifiers = makeClassifiers();
     classifier = std::make_unique<format::MultiClassifier>();
+    classifier->classifiers.reserve(classifiers.size());
     for (auto& one : classifiers) classifier->add(one.get());
     classifier->classify(input, size);
 

@@ -27,14 +27,20 @@ void MultiClassifier::remove(Classifier* classifier) {
 }
 
 void MultiClassifier::classify(stream::Input& input, unsigned size) {
-    std::unique_ptr<char[]> buffer(new char[size ? size : 1]);
-    uint32_t count = size ? input.read(buffer.get(), size) : 0;
+    // One read of up to `size` bytes. When the input knows its size, the
+    // block is no larger than what is left of it: a small file is not read
+    // through a buffer of the whole span.
+    const uint64_t known = input.size(), at = input.tell();
+    if (known != stream::all && at <= known) size = static_cast<unsigned>(std::min<uint64_t>(size, known - at));
+    std::vector<char> block(size);
+    const uint32_t count = size ? input.read(block.data(), size) : 0;
     if (count == 0) {
         winner = nullptr;
         offset = 0;
         return;
     }
-    classify(buffer.get(), count);
+    block.resize(count);
+    take(std::move(block));
 }
 
 unsigned MultiClassifier::match(Classifier* classifier, unsigned at) {
@@ -57,8 +63,11 @@ unsigned MultiClassifier::match(unsigned at) {
     return 0;
 }
 
-void MultiClassifier::classify(char* data, unsigned size) {
-    block_.assign(data, data + size);
+void MultiClassifier::classify(char* data, unsigned size) { take(std::vector<char>(data, data + size)); }
+
+void MultiClassifier::take(std::vector<char> block) {
+    block_ = std::move(block);
+    const unsigned size = static_cast<unsigned>(block_.size());
     for (Classifier* classifier : classifiers) classifier->data = &block_;
 
     unsigned adjustment = match(0u);

@@ -85,6 +85,9 @@ protected:
     virtual unsigned match(unsigned offset);
 
 private:
+    // Classifies the block, which it keeps for the classifiers to look at.
+    void take(std::vector<char> block);
+
     std::vector<char> block_;
 };
 

@@ -37,12 +37,14 @@ void limitLength(std::string& component) {
     component = component.substr(0, keep) + extension;
 }
 
-std::string clean(std::string component, bool first) {
+std::string clean(const std::string& component, bool first) {
+    size_t i = 0;
     if (first && component.size() >= 2 && component[1] == ':' &&
         std::isalpha(static_cast<unsigned char>(component[0])))
-        component.erase(0, 2);
+        i = 2;
     std::string kept;
-    for (size_t i = 0; i < component.size(); ++i) {
+    kept.reserve(component.size() - i);
+    for (; i < component.size(); ++i) {
         if (size_t length = Path::multiByteCharacter(component, i)) {
             kept.append(component, i, length);
             i += length - 1;
@@ -76,7 +78,7 @@ std::vector<std::string> safeComponents(const std::string& storedName, bool back
         std::string raw = storedName.substr(start, stop - start);
         std::string component = clean(raw, first);
         if (!raw.empty()) first = false;
-        if (!component.empty()) components.push_back(component);
+        if (!component.empty()) components.push_back(std::move(component));
         start = stop + 1;
     }
     return components;

@@ -8,9 +8,13 @@
 namespace stream {
 
 BufferedInput::BufferedInput(Input& under, uint32_t capacity)
-    : FilterInput(under), capacity_(capacity), count_(0), position_(0), base_(0) {
+    : FilterInput(under), capacity_(capacity), storage_(capacity), count_(0), position_(0), base_(0) {
     if (capacity == 0) throw Exception("zero buffer size in stream::BufferedInput");
-    buffer_.reset(new char[capacity]);
+    // A buffer one byte larger than the whole stream is never filled by it,
+    // so a full one tells that the stream holds more than it said.
+    const uint64_t size = under.size();
+    if (size < capacity_) storage_ = static_cast<uint32_t>(size) + 1;
+    buffer_.reset(new char[storage_]);
     BufferedInput::begin();
 }
 
@@ -25,7 +29,16 @@ void BufferedInput::refill() {
     count_ -= position_;
     base_ += position_;
     position_ = 0;
-    count_ += under().read(buffer_.get() + count_, capacity_ - count_);
+    count_ += under().read(buffer_.get() + count_, storage_ - count_);
+    if (count_ == storage_ && storage_ < capacity_) {
+        // More than the size the stream gave (an expanding filter gives that
+        // of what it reads): from here on the whole capacity is read.
+        std::unique_ptr<char[]> larger(new char[capacity_]);
+        std::memcpy(larger.get(), buffer_.get(), count_);
+        buffer_ = std::move(larger);
+        storage_ = capacity_;
+        count_ += under().read(buffer_.get() + count_, capacity_ - count_);
+    }
 }
 
 uint32_t BufferedInput::read(char* buffer, uint32_t n) {

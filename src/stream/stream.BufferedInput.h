@@ -13,7 +13,9 @@ class BufferedInput;
 // Reads the underlying stream in blocks of `capacity` bytes. tell() counts from
 // the last begin(), not from the underlying stream's position; a block read of
 // at least `capacity` bytes on an empty buffer goes straight to the underlying
-// stream and leaves tell() where it was.
+// stream and leaves tell() where it was. The memory held is no more than the
+// underlying stream's size (plus one byte) when that is smaller than the
+// capacity; a stream that brings more than its size says gets the capacity.
 class BufferedInput : public FilterInput {
 public:
     BufferedInput(Input& under, uint32_t capacity);
@@ -45,6 +47,8 @@ private:
 
     std::unique_ptr<char[]> buffer_;
     uint32_t capacity_;
+    // The bytes allocated, at most the capacity.
+    uint32_t storage_;
     uint32_t count_;
     uint32_t position_;
     uint64_t base_;

@@ -9,6 +9,8 @@ namespace stream {
 // Collects bytes in a buffer of `capacity` bytes and writes them in blocks.
 // tell() is an absolute position in the underlying stream. copy() is passed to
 // the underlying stream as it stands, by the buffer and without flushing it.
+// The memory grows with what waits, up to the capacity, so that a small output
+// costs a small buffer; the blocks written are the same.
 class BufferedOutput : public FilterOutput {
 public:
     BufferedOutput(Output& under, uint32_t capacity);
@@ -18,14 +20,12 @@ public:
 
     void begin() override;
     void write(char value) override {
-        if (count_ == capacity_) flushBuffer();
+        if (count_ == storage_) makeRoom();
         buffer_[count_++] = value;
         ++total_;
     }
     void write(const char* buffer, uint32_t n) override;
-    void fill(uint64_t n, char value) override {
-        for (uint64_t i = 0; i < n; ++i) write(value);
-    }
+    void fill(uint64_t n, char value) override;
     uint64_t tell() const override { return total_; }
     void flush() override;
 
@@ -33,8 +33,16 @@ protected:
     void flushBuffer();
 
 private:
+    // Room for one more byte in a full buffer: more memory below the
+    // capacity, a block written out at it.
+    void makeRoom();
+    // Memory for at least `bytes` (at most the capacity), the waiting bytes kept.
+    void reserve(uint32_t bytes);
+
     std::unique_ptr<char[]> buffer_;
     uint32_t capacity_;
+    // The bytes allocated, at most the capacity.
+    uint32_t storage_;
     uint32_t count_;
     uint64_t total_;
 };

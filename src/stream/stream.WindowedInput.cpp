@@ -9,10 +9,7 @@ namespace stream::random {
 // count from elsewhere, so the first read seeks.
 WindowedInput::WindowedInput(Input& under) : under_(under), size_(under.size()), underAt_(stream::all) {
     const uint64_t here = under.tell();
-    for (Window& window : windows_) {
-        window.base = here;
-        window.buffer.reset(new char[capacity]);
-    }
+    for (Window& window : windows_) window.base = here;
 }
 
 // A read is met in full unless the stream ends, as a buffered input meets it:
@@ -74,8 +71,22 @@ bool WindowedInput::refill() {
     window.base += window.count;
     window.count = at_ = 0;
     moveUnder(window.base);
+    // A window gets its memory when it is first filled, and no more than the
+    // whole stream (plus one byte): a small archive costs little, and the
+    // second window is often never used. A window that the stream fills
+    // all the same holds more than its size said, and gets the capacity.
+    if (!window.buffer) {
+        window.storage = size_ < capacity ? static_cast<uint32_t>(size_) + 1 : capacity;
+        window.buffer.reset(new char[window.storage]);
+    }
     while (window.count < capacity) {
-        const uint32_t got = under_.read(window.buffer.get() + window.count, capacity - window.count);
+        if (window.count == window.storage) {
+            std::unique_ptr<char[]> larger(new char[capacity]);
+            std::memcpy(larger.get(), window.buffer.get(), window.count);
+            window.buffer = std::move(larger);
+            window.storage = capacity;
+        }
+        const uint32_t got = under_.read(window.buffer.get() + window.count, window.storage - window.count);
         if (got == 0) break;
         window.count += got;
     }

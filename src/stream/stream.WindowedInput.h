@@ -34,6 +34,8 @@ private:
     struct Window {
         uint64_t base = 0;
         uint32_t count = 0;
+        // The bytes allocated, at most the capacity.
+        uint32_t storage = 0;
         std::unique_ptr<char[]> buffer;
     };
 

@@ -6,6 +6,7 @@
 #include "algorithm/bit.LSB.h"
 #include "stream/stream.Array.h"
 #include "stream/stream.Vector.h"
+#include "support/streams.h"
 
 namespace {
 
@@ -28,6 +29,21 @@ TEST(LSBPeekInput, EndRules) {
     EXPECT_EQ(bits.bytesRead(), 2u);
     bits.skip(1);  // padding held from before: the skip goes through
     EXPECT_TRUE(bits.pastEnd());
+}
+
+// A decoder may run on far into the zero padding; the input is asked for
+// its end once, not once per byte.
+TEST(LSBPeekInput, AnEndedInputIsNotReadAgain) {
+    for (bool readAhead : {false, true}) {
+        test::CountingInput in("\x01\x02");
+        unsigned char buffer[8];
+        Input bits = readAhead ? Input(in, buffer, sizeof buffer) : Input(in);
+        EXPECT_EQ(bits.read(16), 0x0201u);
+        for (int i = 0; i < 1000; ++i) EXPECT_EQ(bits.peek(24), 0u);
+        EXPECT_TRUE(bits.atEnd());
+        // The bytes and the end: one block read each with the read-ahead.
+        EXPECT_EQ(in.byteReads + in.blockReads, readAhead ? 2 : 3);
+    }
 }
 
 // With a read-ahead buffer the reader gives the same bits, the same failures

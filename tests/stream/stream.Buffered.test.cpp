@@ -63,6 +63,22 @@ TEST(BufferedInput, ShortResultAfterOneRefill) {
     EXPECT_EQ(1 + capacity, in.tell());
 }
 
+// A source that holds more than its size says (a filter that expands what
+// it reads) is still read a whole capacity at a time.
+TEST(BufferedInput, SourceLongerThanItsSizeFillsTheCapacity) {
+    struct Understated : test::CountingInput {
+        using test::CountingInput::CountingInput;
+        uint64_t size() const override { return 4; }
+    } source(test::pattern(40));
+    stream::BufferedInput in(source, capacity);
+    char buffer[40];
+    EXPECT_EQ(1u, in.read(buffer, 1));
+    // 15 bytes wait, and one refill tops them up to the capacity.
+    EXPECT_EQ(capacity, in.read(buffer + 1, 39));
+    EXPECT_EQ(test::pattern(40).substr(0, 1 + capacity), std::string(buffer, 1 + capacity));
+    EXPECT_EQ(1 + capacity, in.tell());
+}
+
 TEST(BufferedInput, EndIsRepeatedAndRetried) {
     test::CountingInput source("xy");
     stream::BufferedInput in(source, capacity);
@@ -148,6 +164,26 @@ INSTANTIATE_TEST_SUITE_P(AroundCapacity, BufferedOutputBlock,
                          testing::Values(BlockWriteCase{capacity - 1, {}},  // exactly the free space: no flush
                                          BlockWriteCase{capacity, {1, capacity}},
                                          BlockWriteCase{capacity + 1, {1, capacity + 1}}));
+
+// A buffer whose memory grows as bytes wait: single bytes, a block and a
+// fill reach the sink in whole blocks of the capacity, as from a full buffer.
+TEST(BufferedOutput, GrowingBufferWritesWholeBlocks) {
+    constexpr uint32_t large = 10000;
+    test::RecordingOutput sink;
+    std::string expected = test::pattern(6000) + test::pattern(3000) + std::string(25000, 'z') + "e";
+    {
+        stream::BufferedOutput out(sink, large);
+        for (char c : test::pattern(6000)) out.write(c);
+        out.write(test::pattern(3000).data(), 3000);
+        out.fill(25000, 'z');
+        out.write('e');
+        EXPECT_EQ((std::vector<uint32_t>{large, large, large}), sink.blockWrites);
+        EXPECT_EQ(expected.size(), out.tell());
+    }
+    EXPECT_EQ((std::vector<uint32_t>{large, large, large, 4001}), sink.blockWrites);
+    EXPECT_EQ(expected, sink.data);
+    EXPECT_EQ(0, sink.byteWrites);
+}
 
 TEST(BufferedOutput, WriteThatDoesNotFitFlushesFirst) {
     test::RecordingOutput sink;

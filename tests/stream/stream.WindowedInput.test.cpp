@@ -13,7 +13,9 @@ namespace {
 // block read with fewer bytes than asked, as a buffered file may.
 class SeekableSource : public stream::random::Input {
 public:
-    SeekableSource(std::string data, uint32_t mostPerRead) : data_(std::move(data)), most_(mostPerRead) {}
+    // `claimed` is the size the source gives, when not its true one.
+    SeekableSource(std::string data, uint32_t mostPerRead, uint64_t claimed = stream::all)
+        : data_(std::move(data)), most_(mostPerRead), claimed_(claimed == stream::all ? data_.size() : claimed) {}
 
     using stream::Input::read;
     int read() override { return at_ < data_.size() ? static_cast<unsigned char>(data_[at_++]) : -1; }
@@ -25,7 +27,7 @@ public:
         return n;
     }
     uint64_t tell() const override { return at_; }
-    uint64_t size() const override { return data_.size(); }
+    uint64_t size() const override { return claimed_; }
     void seek(uint64_t position) override {
         ++seeks;
         at_ = std::min<uint64_t>(position, data_.size());
@@ -37,11 +39,15 @@ public:
 private:
     std::string data_;
     uint32_t most_;
+    uint64_t claimed_;
     size_t at_ = 0;
 };
 
-TEST(WindowedInput, ReadsWhatTheStreamHoldsWhereverItSeeks) {
-    const std::string data = test::pattern(300000);
+// A stream larger than the windows, and one smaller than a window.
+class WindowedInputWalk : public testing::TestWithParam<size_t> {};
+
+TEST_P(WindowedInputWalk, ReadsWhatTheStreamHoldsWhereverItSeeks) {
+    const std::string data = test::pattern(GetParam());
     for (uint32_t most : {1000u, 1u << 20}) {
         SeekableSource source(data, most);
         // The source stands somewhere else than its tell() says at first.
@@ -83,6 +89,17 @@ TEST(WindowedInput, ReadsWhatTheStreamHoldsWhereverItSeeks) {
             ASSERT_EQ(at, in.tell()) << "step " << step;
         }
     }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, WindowedInputWalk, testing::Values(300000, 3000));
+
+TEST(WindowedInput, ASourceLongerThanItsSizeIsReadToItsEnd) {
+    const std::string data = test::pattern(200000);
+    SeekableSource source(data, 1000, 100);
+    stream::random::WindowedInput in(source);
+    std::string got;
+    for (int c; (c = in.read()) != -1;) got += static_cast<char>(c);
+    EXPECT_EQ(data, got);
 }
 
 TEST(WindowedInput, WalkingTwoPlacesInTurnReadsEachOnce) {

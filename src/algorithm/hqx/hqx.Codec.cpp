@@ -1,5 +1,7 @@
 #include "algorithm/hqx/hqx.Codec.h"
 
+#include <algorithm>
+
 #include "algorithm/algorithm.Exception.h"
 #include "algorithm/hqx/hqx.Line.h"
 #include "stream/check/crc.CRC.h"
@@ -22,9 +24,15 @@ void Check::update(const char* data, uint32_t size) {
     for (uint32_t i = 0; i < size; ++i) update(static_cast<unsigned char>(data[i]));
 }
 
+DecodingInput::DecodingInput(stream::Input& text)
+    : text_(text), capacity_(static_cast<uint32_t>(std::min<uint64_t>(bufferSize, text.size()))) {
+    if (capacity_ == 0) capacity_ = 1;
+    buffer_.reset(new char[capacity_]);
+}
+
 int DecodingInput::character() {
     if (at_ == filled_) {
-        filled_ = text_.read(buffer_.data(), bufferSize);
+        filled_ = text_.read(buffer_.get(), capacity_);
         at_ = 0;
         if (filled_ == 0) return -1;
     }

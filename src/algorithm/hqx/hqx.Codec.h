@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -31,7 +32,7 @@ private:
 // throw algorithm::Exception.
 class DecodingInput : public stream::Input {
 public:
-    explicit DecodingInput(stream::Input& text) : text_(text), buffer_(bufferSize) {}
+    explicit DecodingInput(stream::Input& text);
 
     int read() override;
     uint32_t read(char* buffer, uint32_t count) override;
@@ -56,7 +57,10 @@ private:
 
     static constexpr uint32_t bufferSize = 65536;
     stream::Input& text_;
-    std::vector<char> buffer_;
+    // The text read ahead: a block of bufferSize bytes, or less when the
+    // text is known to be shorter.
+    uint32_t capacity_;
+    std::unique_ptr<char[]> buffer_;
     uint32_t at_ = 0;
     uint32_t filled_ = 0;
     uint64_t consumed_ = 0;

@@ -38,9 +38,7 @@ Decompressor::Decompressor()
         const HuffmanCodeword& c = Data::prefix_tab_huff[i];
         populate_harray(prefixTable, c.code, static_cast<short>(c.length), i);
     }
-    literalTable.initialize(tableBits);
-    pointerTable.initialize(tableBits);
-    distanceTable.initialize(tableBits);
+    // The stream's own tables are made by process(), for each stream.
 }
 
 uint64_t Decompressor::process(stream::Input& in, stream::Output& out) {

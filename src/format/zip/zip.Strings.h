@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 
@@ -9,15 +10,17 @@
 namespace format::zip {
 
 // Reads the string of a record: at most `length` bytes, fewer if the input ends.
+// The string grows with what arrives, a block at a time, so that a length
+// field of a damaged record costs no more than the bytes that are there.
 inline std::string readString(stream::Input& in, uint32_t length) {
-    std::string text(length, '\0');
-    uint32_t done = 0;
-    while (done < length) {
-        const uint32_t n = in.read(text.data() + done, length - done);
+    std::string text;
+    char block[4096];
+    while (text.size() < length) {
+        const uint32_t want = static_cast<uint32_t>(std::min<size_t>(sizeof block, length - text.size()));
+        const uint32_t n = in.read(block, want);
         if (n == 0) break;
-        done += n;
+        text.append(block, n);
     }
-    text.resize(done);
     return text;
 }
 

@@ -13,8 +13,10 @@ class BitInput {
 public:
     explicit BitInput(stream::Input& in) : in_(&in) {}
 
-    // The next n bits, n at most 16, without taking them.
+    // The next n bits, n at most 16, without taking them. No bits are 0:
+    // shifting the full 64-bit accumulator right by its width is undefined.
     uint32_t peek(unsigned n) {
+        if (n == 0) return 0;
         if (count_ < n) fill();
         return static_cast<uint32_t>(accumulator_ >> (count_ - n)) & ((1u << n) - 1);
     }

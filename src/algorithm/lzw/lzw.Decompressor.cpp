@@ -136,7 +136,11 @@ uint64_t Decompressor::process(stream::Input& in, stream::Output& out) {
         const int32_t incode = code;
         size_t top = stackSize;
         if (code >= next) {
-            if (code > next) throw Exception("corrupt input in compress data");
+            // The code one past the table repeats the last string. A full
+            // table of 9 bits reads 10-bit codes yet never enters code 512,
+            // so that code, repeated, names no string at all.
+            if (code > next || oldCode >= static_cast<int32_t>(tableSize))
+                throw Exception("corrupt input in compress data");
             stack[--top] = static_cast<unsigned char>(finChar);
             code = oldCode;
         }
